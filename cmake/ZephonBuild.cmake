@@ -1,0 +1,67 @@
+# What every target of the project shares: warnings, sanitizers, output folders and the
+# two functions by which folders declare their libraries and tests.
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+
+find_program(ZEPHON_CCACHE ccache)
+if(ZEPHON_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${ZEPHON_CCACHE}")
+endif()
+
+add_library(zephon_options INTERFACE)
+target_include_directories(zephon_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(zephon_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(ZEPHON_WARNINGS_AS_ERRORS)
+    target_compile_options(zephon_options INTERFACE -Werror)
+endif()
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    target_compile_options(zephon_options INTERFACE -Wthread-safety)
+endif()
+
+if(ZEPHON_SANITIZER STREQUAL "asan")
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+elseif(ZEPHON_SANITIZER STREQUAL "tsan")
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=thread)
+elseif(NOT ZEPHON_SANITIZER STREQUAL "")
+    message(FATAL_ERROR "ZEPHON_SANITIZER is \"${ZEPHON_SANITIZER}\": it must be empty, asan or tsan")
+endif()
+
+# zephon_library(<name> SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
+# A static library zephon_<name> with the alias zephon::<name>.
+function(zephon_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(zephon_${name} STATIC ${ARG_SOURCES})
+    add_library(zephon::${name} ALIAS zephon_${name})
+    target_include_directories(zephon_${name} PUBLIC "${PROJECT_SOURCE_DIR}")
+    target_link_libraries(zephon_${name} PUBLIC ${ARG_PUBLIC} PRIVATE zephon_options ${ARG_PRIVATE})
+endfunction()
+
+# What the sanitizers are told at run time. The library's own removeParticipant deletes with a
+# size that differs from the allocation's, and its own locks confuse the thread sanitizer;
+# races are never suppressed, so that those of our callbacks show.
+set(ZEPHON_TEST_ENVIRONMENT
+    "ASAN_OPTIONS=new_delete_type_mismatch=0:detect_leaks=1"
+    "UBSAN_OPTIONS=print_stacktrace=1"
+    "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp:second_deadlock_stack=1")
+
+# zephon_add_test(<name> SOURCES ... LIBRARIES ... [TIMEOUT seconds] [DISCOVER] [LABELS ...])
+# One Google Test program. It is one entry of ctest, or with DISCOVER one entry for each test.
+function(zephon_add_test name)
+    cmake_parse_arguments(ARG "DISCOVER" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} zephon_options GTest::gmock GTest::gtest_main)
+    if(ARG_DISCOVER)
+        gtest_discover_tests(${name}
+            DISCOVERY_TIMEOUT 60
+            PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ZEPHON_TEST_ENVIRONMENT}" LABELS "${ARG_LABELS}")
+    else()
+        add_test(NAME ${name} COMMAND ${name})
+        set_tests_properties(${name} PROPERTIES
+            TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ZEPHON_TEST_ENVIRONMENT}" LABELS "${ARG_LABELS}")
+    endif()
+endfunction()
