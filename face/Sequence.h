@@ -93,8 +93,10 @@ public:
 
     /// As the copy constructor: the target ends managed, whatever it was.
     Sequence& operator=(Sequence const& other) noexcept {
-        // Also for the sequence itself: an unmanaged one becomes the owner of its elements.
-        copy(other);
+        if (this == &other && managed_) {
+            return *this;
+        }
+        copy(other);  // an unmanaged one that is assigned to itself becomes the owner
         return *this;
     }
 

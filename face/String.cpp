@@ -71,8 +71,10 @@ String::String(String const& other) noexcept {
 }
 
 String& String::operator=(String const& other) noexcept {
-    // Also for the string itself: an unmanaged one becomes the owner of its text.
-    copy(other);
+    if (this == &other && managed_) {
+        return *this;
+    }
+    copy(other);  // an unmanaged string that is assigned to itself becomes the owner of its text
     return *this;
 }
 
