@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace bench {
+
+/// The records that the simulated computer publishes, in plain form, and their text form: the
+/// peer programs take and print them as `field=value` words, floating values in hexadecimal, so
+/// that nothing is lost on the way.
+
+/// When a record is valid, and who made it: what its header carries.
+struct RecordHeader {
+    std::int64_t sequence = 0;
+    std::int64_t tagSeconds = 0;      ///< time of validity, seconds
+    std::int64_t tagNanoseconds = 0;  ///< and nanoseconds
+    std::int64_t source = 0;          ///< bits 16 to 23 of the device id
+
+    /// Time of validity in nanoseconds.
+    std::int64_t tag() const { return tagSeconds * 1'000'000'000 + tagNanoseconds; }
+    void setTag(std::int64_t nanoseconds) {
+        tagSeconds = nanoseconds / 1'000'000'000;
+        tagNanoseconds = nanoseconds % 1'000'000'000;
+    }
+};
+
+/// What the clock device tells: the record UTCTime.
+struct UtcRecord {
+    static constexpr std::int64_t clockDevice = 36;
+    static constexpr std::string_view topic = "UTCTime";
+
+    RecordHeader header{0, 0, 0, clockDevice};
+    std::int64_t gpsTowSeconds = 0;
+    double gpsTowNanoseconds = 0;
+    std::int64_t gpsWeek = 0;
+    std::int64_t utcTodSeconds = 0;
+    double utcTodNanoseconds = 0;
+    double timeVariance = 0;  ///< first element of the covariance, s^2
+};
+
+/// What the fusion navigator tells: the record MeridanePNT. ECEF metres and metres per second.
+struct PntRecord {
+    static constexpr std::int64_t fusionNavigator = 96;
+    static constexpr std::string_view topic = "MeridanePNT";
+
+    RecordHeader header{0, 0, 0, fusionNavigator};
+    double positionX = 0;
+    double positionY = 0;
+    double positionZ = 0;
+    double velocityX = 0;
+    double velocityY = 0;
+    double velocityZ = 0;
+    double roll = 0;
+    double pitch = 0;
+    double heading = 0;
+    double horizontalPositionError = 0;
+    double verticalPositionError = 0;
+    double horizontalVelocityError = 0;
+    double verticalVelocityError = 0;
+    double rollError = 0;
+    double pitchError = 0;
+    double headingError = 0;
+    std::int64_t gpsWeek = 0;
+    double gpsTime = 0;
+    double utcTime = 0;
+    double timeError = 0;
+    std::int64_t assurance = 0;
+};
+
+std::string toText(const UtcRecord& record);
+std::string toText(const PntRecord& record);
+
+/// Sets the fields that the text names; the others stay. False when a word is no `field=value` of
+/// the record or a value is no number.
+bool fromText(std::string_view text, UtcRecord& record);
+bool fromText(std::string_view text, PntRecord& record);
+
+}  // namespace bench

@@ -1,0 +1,65 @@
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "bench/TopicRecords.h"
+
+namespace bench {
+namespace {
+
+TEST(TopicRecords, UtcTextComesBackExactly) {
+    UtcRecord record;
+    record.header = {5, 1700000000, 123456789, 36};
+    record.gpsTowSeconds = 604799;
+    record.gpsTowNanoseconds = 0.1;
+    record.gpsWeek = 2300;
+    record.utcTodSeconds = 86399;
+    record.utcTodNanoseconds = 1.0 / 3.0;
+    record.timeVariance = std::numeric_limits<double>::infinity();
+    UtcRecord other;
+    ASSERT_TRUE(fromText(toText(record), other));
+    EXPECT_EQ(toText(other), toText(record));
+    EXPECT_EQ(other.header.tag(), 1700000000123456789);
+    EXPECT_EQ(other.gpsTowNanoseconds, 0.1);
+    EXPECT_TRUE(std::isinf(other.timeVariance));
+}
+
+TEST(TopicRecords, PntTextComesBackExactly) {
+    PntRecord record;
+    ASSERT_TRUE(fromText(
+        "seq=1 tag_sec=2 tag_nsec=3 source=4 x=5.1 y=6 z=7 vx=8 vy=9 vz=10 roll=11 pitch=12 "
+        "heading=13 horz_pos_error=14 vert_pos_error=15 horz_vel_error=16 vert_vel_error=17 "
+        "roll_error=18 pitch_error=19 heading_error=20 gps_week=21 gps_time=22 utc_time=23 "
+        "time_error=24 assurance=3",
+        record));
+    EXPECT_EQ(record.positionX, 5.1);
+    EXPECT_EQ(record.verticalVelocityError, 17);
+    EXPECT_EQ(record.headingError, 20);
+    EXPECT_EQ(record.assurance, 3);
+    PntRecord other;
+    ASSERT_TRUE(fromText(toText(record), other));
+    EXPECT_EQ(toText(other), toText(record));
+}
+
+TEST(TopicRecords, FieldsThatAreNotNamedStay) {
+    UtcRecord record;
+    record.gpsWeek = 7;
+    ASSERT_TRUE(fromText("variance=nan", record));
+    EXPECT_EQ(record.gpsWeek, 7);
+    EXPECT_EQ(record.header.source, UtcRecord::clockDevice);
+    EXPECT_TRUE(std::isnan(record.timeVariance));
+}
+
+TEST(TopicRecords, RefusesUnknownFieldsAndBadNumbers) {
+    UtcRecord record;
+    EXPECT_FALSE(fromText("altitude=3", record));
+    EXPECT_FALSE(fromText("gps_week", record));
+    EXPECT_FALSE(fromText("gps_week=", record));
+    EXPECT_FALSE(fromText("gps_week=1.5", record));
+    EXPECT_FALSE(fromText("gps=1", record));
+    EXPECT_FALSE(fromText("variance=much", record));
+}
+
+}  // namespace
+}  // namespace bench
