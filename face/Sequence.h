@@ -80,8 +80,7 @@ public:
     Sequence(T const* elements, std::uint32_t length) noexcept
         : bound_(0), valid_(elements != nullptr && length != UNBOUNDED), managed_(false) {
         if (valid_) {
-            // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): nothing here writes to it
-            buffer_ = const_cast<T*>(elements);
+            buffer_ = const_cast<T*>(elements);  // nothing here writes to it
             length_ = length;
             bound_ = length;
             readOnly_ = true;

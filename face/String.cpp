@@ -11,7 +11,7 @@ namespace {
 
 /// The address that a read-only view holds; the class never writes through it.
 char* WithoutConst(char const* text) {
-    return const_cast<char*>(text);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    return const_cast<char*>(text);
 }
 
 }  // namespace
