@@ -2,10 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
-
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
-              "words in memory are sent as they stand, low byte first");
 
 namespace {
 
@@ -44,17 +40,6 @@ void appendDataLines(std::string& text, const unsigned char* data, std::size_t w
 }
 
 }  // namespace
-
-std::uint16_t SumOfWords(const void* bytes, std::size_t words) {
-    const auto* at = static_cast<const unsigned char*>(bytes);
-    std::uint16_t sum = 0;
-    for (std::size_t i = 0; i < words; ++i) {
-        std::uint16_t word = 0;
-        std::memcpy(&word, at + 2 * i, sizeof word);
-        sum = static_cast<std::uint16_t>(sum + word);
-    }
-    return sum;
-}
 
 std::uint16_t CalculateChecksum(const std::uint16_t* words, std::size_t first, std::size_t last) {
     if (first > last) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,9 @@
 /// A checksum is the two's complement of the sum of the words that it covers, modulo 65536.
 /// In memory a frame is an array of words in the byte order of the machine, which is the
 /// wire's. All functions here are pure but for the ones that print, and any thread may call.
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "words in memory are sent as they stand, low byte first");
 
 constexpr std::uint16_t GSSIP_DELSOH = 0x81FF;
 constexpr std::size_t GSSIP_HEADER_WORDS = 5;
@@ -36,7 +40,17 @@ constexpr std::size_t GssipFrameBytes(std::size_t wordCount) {
 }
 
 /// Sum modulo 65536 of `words` words that start at `bytes`, low byte first, any alignment.
-std::uint16_t SumOfWords(const void* bytes, std::size_t words);
+/// Inline: the parser sums headers of a known length and short frames at line rate.
+inline std::uint16_t SumOfWords(const void* bytes, std::size_t words) {
+    const auto* at = static_cast<const unsigned char*>(bytes);
+    std::uint16_t sum = 0;
+    for (std::size_t i = 0; i < words; ++i) {
+        std::uint16_t word = 0;
+        std::memcpy(&word, at + 2 * i, sizeof word);
+        sum = static_cast<std::uint16_t>(sum + word);
+    }
+    return sum;
+}
 
 /// Two's complement of the sum of words[first] to words[last], both included; 0 when
 /// `first` is greater than `last`.
