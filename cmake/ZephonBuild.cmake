@@ -28,6 +28,14 @@ elseif(NOT ZEPHON_SANITIZER STREQUAL "")
     message(FATAL_ERROR "ZEPHON_SANITIZER is \"${ZEPHON_SANITIZER}\": it must be empty, asan or tsan")
 endif()
 
+if(ZEPHON_BUILD_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        message(FATAL_ERROR "ZEPHON_BUILD_FUZZ needs clang: use scripts/run-fuzz or the preset fuzz")
+    endif()
+    # Coverage in everything that the targets reach; the driver itself is linked by fuzz/.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # zephon_library(<name> SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
 # A static library zephon_<name> with the alias zephon::<name>.
 function(zephon_library name)
