@@ -1,0 +1,409 @@
+#include "GpsSerialIo/GpsIo.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+#include <exception>
+#include <iomanip>
+#include <iostream>
+#include <pthread.h>
+#include <sstream>
+
+#include "GpsSerialIo/GssipFrame.h"
+#include "messages/TrevoMessages.h"
+
+using namespace std::chrono_literals;
+using ReturnCode = FACE::RETURN_CODE_TYPE;
+using FACE::IOSS::Serial::IO_PARAMETER;
+using FACE::IOSS::Serial::IO_PARAMETER_KIND;
+using FACE::IOSS::Serial::IO_PARAMETER_TRANSACTION_TYPE;
+
+namespace {
+
+constexpr std::chrono::nanoseconds pollDuration = 200ms;  // how soon a thread sees its stop flag
+constexpr std::uint32_t readSize = 128;
+constexpr unsigned int flushReads = 1000;
+constexpr std::chrono::nanoseconds flushDuration = 1s;
+constexpr std::chrono::nanoseconds pauseDuration = 100ms;
+constexpr std::chrono::nanoseconds unitChangesRate = 1500ms;
+
+std::uint16_t wordAt(unsigned char const* frame, std::size_t word) {
+    return static_cast<std::uint16_t>(frame[2 * word] | frame[2 * word + 1] << 8);
+}
+
+IO_PARAMETER parameterOf(IO_PARAMETER_KIND::Value kind) {
+    IO_PARAMETER parameter;
+    parameter.kind = kind;
+    return parameter;
+}
+
+bool isQuiet(ReturnCode::Value code) {
+    return code == ReturnCode::NOT_AVAILABLE || code == ReturnCode::TIMED_OUT;
+}
+
+char const* textOf(FACE::String const& text) {
+    return text.is_valid() ? text.buffer() : "";
+}
+
+}  // namespace
+
+GpsIo::GpsIo(std::string name, std::string const& portPrefix, unsigned short port,
+             std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial, bool debug)
+    : name_(std::move(name)),
+      portName_(portPrefix + std::to_string(port)),
+      serial_(std::move(serial)),
+      debug_(debug) {
+    parser_.ProcessMessagesWithThis(this, 0);
+    parser_.doDebug(debug ? 1 : 0);
+}
+
+GpsIo::~GpsIo() {
+    stop();
+}
+
+void GpsIo::openConnection() {
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    serial_->Open_Connection(portName_.c_str(), -1, handle_, code);
+    FACE::Return_Code_Value_No_Error("GpsIo.cpp", __LINE__, "Unable to open I/O connection", code);
+}
+
+void GpsIo::configure() {
+    stop();
+    openConnection();
+    configProtocolandIMG();
+}
+
+void GpsIo::configure(int baud, unsigned short parity) {
+    stop();
+    openConnection();
+
+    const unsigned short knownParity = parity == 1 || parity == 2 ? parity : 0;
+    TrevocomPortSetup setup;
+    setup.setBaud(toSerialBaudCode(baud), knownParity);
+    setup.setPort(0);
+    setup.WriteMessage(this);
+    std::this_thread::sleep_for(unitChangesRate);
+
+    IO_PARAMETER_TRANSACTION_TYPE transaction;
+    IO_PARAMETER rate = parameterOf(IO_PARAMETER_KIND::BAUD_RATE);
+    rate.value.long_value(baud);
+    IO_PARAMETER check = parameterOf(IO_PARAMETER_KIND::PARITY);
+    check.value.ushort_value(parity);
+    transaction.parameters.append(rate);
+    transaction.parameters.append(check);
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    serial_->Configure_Bus_Parameters(handle_, -1, transaction, code);
+    FACE::Return_Code_Value_No_Error(
+        "GpsIo.cpp", __LINE__, "Unable to configure I/O parameters for baud rate and parity", code);
+    configProtocolandIMG();
+}
+
+void GpsIo::configProtocolandIMG() {
+    IO_PARAMETER_TRANSACTION_TYPE transaction;
+    for (const auto kind :
+         {IO_PARAMETER_KIND::CHANNEL, IO_PARAMETER_KIND::BAUD_RATE, IO_PARAMETER_KIND::PARITY}) {
+        transaction.parameters.append(parameterOf(kind));
+    }
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    serial_->Get_Bus_Configuration(handle_, -1, transaction, code);
+    FACE::Return_Code_Value_No_Error("GpsIo.cpp", __LINE__,
+                                     "Unable to retrieve I/O connection parameters", code);
+
+    using Value = FACE::IOSS::IO_PARAMETER_VALUE_TYPE;
+    std::array<Value::RETURN_CODE, 3> results{};
+    std::uint8_t uartIndex = 0;
+    std::int32_t baud = 0;
+    std::uint16_t parity = 0;
+    std::as_const(transaction.parameters)[0]->value.octet_value(uartIndex, results[0]);
+    std::as_const(transaction.parameters)[1]->value.long_value(baud, results[1]);
+    std::as_const(transaction.parameters)[2]->value.ushort_value(parity, results[2]);
+    if (std::all_of(results.begin(), results.end(), [](auto result) { return result == 0; })) {
+        std::ostringstream line;
+        line << "Serial Params: " << int{uartIndex} << ", " << baud << ", " << parity << "\n";
+        std::cout << line.str() << std::flush;
+    }
+    protocol_ = std::make_unique<GpsIoProtocol>(baud, parity);
+}
+
+template <typename Pass>
+void GpsIo::launch(Worker& worker, char const* suffix, char const* function, Pass pass) {
+    worker.stop.clear();
+    worker.thread =
+        std::thread([this, &worker, function, pass] { runPasses(worker.stop, function, pass); });
+    // The system keeps 15 characters.
+    const std::string name = (portName_ + suffix).substr(0, 15);
+    pthread_setname_np(worker.thread.native_handle(), name.c_str());
+}
+
+template <typename Pass>
+void GpsIo::runPasses(StopFlag const& stop, char const* function, Pass pass) {
+    while (!stop.isRequested()) {
+        std::string what;
+        try {
+            pass();
+            continue;
+        } catch (std::exception const& exception) {
+            what = exception.what();
+        } catch (...) {
+            what = "<unknown>";
+        }
+        report(std::string(": ") + function + "() EXCEPTION: " + what);
+    }
+}
+
+void GpsIo::start() {
+    assert(protocol_ != nullptr);  // configured before it is started
+    stop();
+    flush();
+    protocol_->allowWaits();
+    launch(reader_, "-read", "readThreadFunction", [this] { readPass(); });
+    std::this_thread::sleep_for(100ms);
+    launch(writer_, "-write", "writeThreadFunction", [this] { writePass(); });
+    launch(protocolWorker_, "-proto", "protocolThreadFunction", [this] { protocolPass(); });
+}
+
+void GpsIo::stop() {
+    if (protocolWorker_.thread.joinable()) {
+        protocolWorker_.stop.request();
+        protocol_->abandonWaits();
+        protocolWorker_.thread.join();
+        protocolQueue_.clear();
+    }
+    if (writer_.thread.joinable()) {
+        writer_.stop.request();
+        writer_.thread.join();
+        writeQueue_.clear();
+    }
+    if (reader_.thread.joinable()) {
+        reader_.stop.request();
+        reader_.thread.join();
+        parser_.reset();
+    }
+}
+
+void GpsIo::flush() {
+    const auto deadline = std::chrono::steady_clock::now() + flushDuration;
+    unsigned int flushed = 0;
+    for (unsigned int reads = 0; reads < flushReads; ++reads) {
+        readPayload_.data.resize(readSize);
+        ReturnCode::Value code = ReturnCode::NO_ERROR;
+        serial_->Read(handle_, 0, readPayload_, code);
+        if (code == ReturnCode::NO_ERROR) {
+            ++flushed;
+        } else {
+            if (debug_ && !isQuiet(code)) {
+                std::cout << std::string("GpsIo::flush() received unexpected return code: ") +
+                                 textOf(ReturnCode::ToString(code)) + "\n"
+                          << std::flush;
+            }
+            break;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            break;
+        }
+    }
+    if (debug_) {
+        std::cout << "GpsIo::flush() number of bytes flushed: " + std::to_string(flushed) + "\n"
+                  << std::flush;
+    }
+}
+
+void GpsIo::addToNoHandshakeList(int id) {
+    if (protocol_ != nullptr) {
+        protocol_->addToNoHandshakeList(id);
+    }
+}
+
+void GpsIo::addToIgnoreACKRequestList(int id) {
+    ignoreAckRequest_.push_back(id);
+}
+
+void GpsIo::disableRetransmit() {
+    retransmitEnabled_ = false;
+}
+
+std::int64_t GpsIo::timeToSendDataWordCount(unsigned short words) const {
+    return protocol_ == nullptr ? 0 : protocol_->timeToSendDataWordCount(words) * 1000;
+}
+
+std::int64_t GpsIo::timeToSendMessageByteCount(unsigned short bytes) const {
+    return protocol_ == nullptr ? 0 : protocol_->timeToSendMessageByteCount(bytes) * 1000;
+}
+
+GpsIo::Counters GpsIo::counters() const {
+    return {rxCount_,          rxChecksumErrors_, writeErrors_,
+            protocolTimeouts_, txChecksumErrors_, rejectedCount_};
+}
+
+void GpsIo::readPass() {
+    const auto begin = std::chrono::steady_clock::now();
+    readPayload_.data.resize(readSize);
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    serial_->Read(handle_, pollDuration.count(), readPayload_, code);
+    if (code == ReturnCode::NO_ERROR) {
+        parser_.LoadBytes(readPayload_.data.buffer(),
+                          static_cast<unsigned short>(readPayload_.data.length()));
+        return;
+    }
+    if (debug_ && !isQuiet(code)) {
+        std::cout << std::string("GpsIo::readThreadFunction() received unexpected return code: ") +
+                         textOf(ReturnCode::ToString(code)) + "\n"
+                  << std::flush;
+    }
+    // A line that has hung up answers at once; without this rest the thread would spin.
+    reader_.stop.sleepFor(pollDuration - (std::chrono::steady_clock::now() - begin));
+}
+
+void GpsIo::writePass() {
+    std::shared_ptr<GssipMessage> message;
+    if (!writeQueue_.pop_front(message, pollDuration)) {
+        return;
+    }
+    if (message->header == nullptr) {
+        return;
+    }
+    if (message->header[3] == 0) {
+        writer_.stop.sleepFor(pauseDuration);
+        return;
+    }
+    message->WriteMessage(this);
+    // Keeps the queue from outrunning the line.
+    const std::chrono::nanoseconds lineTime(timeToSendDataWordCount(message->header[2]));
+    if (lineTime > 0ns) {
+        writer_.stop.sleepFor(lineTime);
+    }
+}
+
+unsigned int GpsIo::WriteBytes(void const* bytes, unsigned int length) {
+    if (debug_) {
+        PrintMessageInHex(bytes, length, "T:");
+    }
+    auto const* const frame = static_cast<unsigned char const*>(bytes);
+    const FACE::IOSS::Serial::WRITE_PAYLOAD_TYPE payload{
+        0, FACE::Sequence<FACE::IOSS::octet>(frame, length)};
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    serial_->Write(handle_, -1, payload, code);
+    if (code != ReturnCode::NO_ERROR) {
+        const unsigned int count = ++writeErrors_;
+        std::ostringstream line;
+        line << ": WriteBytes() GSSIP WRITE ERROR (" << count << ")";
+        if (length >= GSSIP_HEADER_BYTES) {
+            line << ", msgid = " << wordAt(frame, 1) << ", wdcnt = " << wordAt(frame, 2)
+                 << ", flagWord = 0x" << std::hex << wordAt(frame, 3);
+        }
+        report(line.str());
+    }
+    return length;
+}
+
+void GpsIo::OnGpsMessageReceived(unsigned char* frame, unsigned int length,
+                                 unsigned int /*context*/) {
+    ++rxCount_;
+    if (debug_) {
+        PrintMessageInHex(frame, length, "R:");
+    }
+    const std::uint16_t id = wordAt(frame, 1);
+    const std::uint16_t flagWord = wordAt(frame, 3);
+    if ((flagWord & FLAG_ACK_REQUEST) != 0 &&
+        std::find(ignoreAckRequest_.begin(), ignoreAckRequest_.end(), id) ==
+            ignoreAckRequest_.end()) {
+        writeQueue_.push_back(std::make_shared<TrevoHeaderOnlyMsg>(id, FLAG_LINK_READY | FLAG_ACK));
+    }
+    if ((flagWord & FLAG_LINK_READY) == 0) {
+        writeQueue_.push_back(std::make_shared<TrevoHeaderOnlyMsg>(id, 0));
+    }
+    if (length == GSSIP_HEADER_BYTES && (flagWord & (FLAG_RESPONSE | FLAG_NAK | FLAG_ACK)) != 0) {
+        protocol_->newProtocolMessage(id, flagWord);
+    }
+}
+
+void GpsIo::OnParserChecksumError(unsigned int /*context*/) {
+    const unsigned int count = ++rxChecksumErrors_;
+    report(": readThreadFunction() GSSIP RX CHECKSUM ERROR (" + std::to_string(count) + ")");
+}
+
+void GpsIo::protocolPass() {
+    unsigned int level = 0;
+    MessageQueueItem_t item;
+    if (!protocolQueue_.pop_front(level, item, pollDuration)) {
+        return;
+    }
+    if (item.message == nullptr || item.message->header == nullptr) {
+        return;  // nothing that could go out
+    }
+    if (debug_ && level == 0) {
+        std::ostringstream line;
+        line << "Popped DT message (" << item.message->header[1] << ") " << item.message->header[2]
+             << " words, flagword: " << std::hex << item.message->header[3] << "\n";
+        std::cout << line.str() << std::flush;
+    }
+    exchange(item);
+}
+
+void GpsIo::transmit(MessageQueueItem_t const& item, Outcome& outcome) {
+    std::uint16_t const* const header = item.message->header;
+    protocol_->startNewSequence(header[1], header[2], header[3]);
+    writeQueue_.push_back(item.message);
+    outcome.ok = protocol_->wait(outcome.nak, outcome.rejected);
+}
+
+void GpsIo::exchange(MessageQueueItem_t& item) {
+    const unsigned int id = item.message->header[1];
+    Outcome outcome;
+    bool resent = false;
+    transmit(item, outcome);
+    // A wait that a stop has cut short is no time-out: nothing is told or counted.
+    if (!outcome.ok && !protocolWorker_.stop.isRequested()) {
+        reportTimeout("1st", id);
+        if (retransmitEnabled_) {
+            resent = true;
+            transmit(item, outcome);
+            if (!outcome.ok && !protocolWorker_.stop.isRequested()) {
+                ++protocolTimeouts_;
+                reportTimeout("2nd", id);
+            }
+        }
+    }
+    if (outcome.ok && outcome.nak) {
+        reportNak(id);
+        if (!resent) {
+            outcome = {};
+            transmit(item, outcome);
+            if (outcome.ok && outcome.nak) {
+                reportNak(id);
+            }
+        }
+    }
+    if (outcome.rejected) {
+        reportReject(id);
+    }
+    if (item.callback) {
+        item.callback(item.response, outcome.ok && !outcome.nak && !outcome.rejected);
+    }
+}
+
+void GpsIo::reportTimeout(char const* which, unsigned int id) {
+    std::ostringstream line;
+    line << ": protocolThreadFunction() GSSIP PROTOCOL TIMEOUT (" << which << ") " << portName_
+         << " (" << id << ") (" << protocolTimeouts_ << ")";
+    report(line.str());
+}
+
+void GpsIo::reportNak(unsigned int id) {
+    const unsigned int count = ++txChecksumErrors_;
+    std::ostringstream line;
+    line << ": protocolThreadFunction() GSSIP TX CHECKSUM ERROR (" << id << ") (" << count << ")";
+    report(line.str());
+}
+
+void GpsIo::reportReject(unsigned int id) {
+    const unsigned int count = ++rejectedCount_;
+    std::ostringstream line;
+    line << ": protocolThreadFunction() GSSIP MSG REJECTED (" << id << ") (" << count << ")";
+    report(line.str());
+}
+
+void GpsIo::report(std::string const& text) const {
+    // One write for the whole line, so that the lines of the links' threads do not mix.
+    std::cout << name_ + text + "\n" << std::flush;
+}
