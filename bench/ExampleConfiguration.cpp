@@ -62,7 +62,7 @@ ExampleConfiguration::ExampleConfiguration(const Settings& settings) {
     top.push_back(
         {"System_Parameters",
          "Meridane",
-         {{"System", "CORVANE"}, {"Configuration", "Bench"}, {"CommandedBitTimeout", "30"}}});
+         {{"System", "CorvanePlus"}, {"Configuration", "Bench"}, {"CommandedBitTimeout", "30"}}});
     top.push_back({"Server",
                    "ZephonServer",
                    {{"Connections", folderMark + fileName(File::Connections)},

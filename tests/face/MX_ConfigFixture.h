@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "face/MX_Config.h"
-#include "tests/face/TemporaryFolder.h"
+#include "tests/face/TestFolder.h"
 
 using FACE::MX_Config;
 using Code = FACE::RETURN_CODE_TYPE;
@@ -117,7 +117,7 @@ protected:
         return read(again, handle, parameter);
     }
 
-    TemporaryFolder folder;
+    TestFolder folder;
     std::string path;
     MX_Config config;
 };

@@ -6,7 +6,7 @@
 
 #include "face/MX_Config.h"
 #include "face/MX_Config_Helpers.h"
-#include "tests/face/TemporaryFolder.h"
+#include "tests/face/TestFolder.h"
 
 using namespace MX_Config_Helpers;
 using Code = FACE::RETURN_CODE_TYPE;
@@ -68,7 +68,7 @@ protected:
         return FACE::ToStdString(value);
     }
 
-    TemporaryFolder folder;
+    TestFolder folder;
     std::string path;
     std::unique_ptr<FACE::MX_Config> config;
     int handle = -1;

@@ -21,7 +21,7 @@ Code::Value Initialized(std::string const& path) {
 
 /// Loads `content` as a file; expects nothing on standard output.
 Code::Value InitializedWith(std::string const& content) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     testing::internal::CaptureStdout();
     Code::Value const rc = Initialized(folder.write("config.xml", content));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
@@ -31,7 +31,7 @@ Code::Value InitializedWith(std::string const& content) {
 }  // namespace
 
 TEST(MX_Config, AMissingFileIsAnInvalidConfigurationInSilence) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     testing::internal::CaptureStdout();
     EXPECT_EQ(Initialized(folder / "absent.xml"), Code::INVALID_CONFIG);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
@@ -49,7 +49,7 @@ TEST(MX_Config, MalformedFilesAreInvalidConfigurationsInSilence) {
 }
 
 TEST(MX_Config, AFileWithoutTheRootElementLeavesItsLine) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     std::string const path = folder.write("config.xml", "<Other/>");
     testing::internal::CaptureStdout();
     EXPECT_EQ(Initialized(path), Code::INVALID_CONFIG);
@@ -59,7 +59,7 @@ TEST(MX_Config, AFileWithoutTheRootElementLeavesItsLine) {
 }
 
 TEST(MX_Config, AFolderAPipeAndADeviceAreInvalidConfigurations) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     EXPECT_EQ(Initialized(folder / "."), Code::INVALID_CONFIG);
     EXPECT_EQ(Initialized(folder / "pipe"), Code::INVALID_CONFIG);
@@ -67,7 +67,7 @@ TEST(MX_Config, AFolderAPipeAndADeviceAreInvalidConfigurations) {
 }
 
 TEST(MX_Config, AHugeFileIsRefusedWithoutReadingIt) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     std::string const path = folder.write("config.xml", example);
     std::filesystem::resize_file(path, std::uintmax_t{1} << 40U);  // sparse
     EXPECT_EQ(Initialized(path), Code::INVALID_CONFIG);
@@ -82,7 +82,7 @@ TEST(MX_Config, DeepNestingIsRefused) {
 }
 
 TEST(MX_Config, EntityDeclarationsAreNotExpanded) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     std::string bomb = "<?xml version=\"1.0\"?><!DOCTYPE a [<!ENTITY e0 \"boom\">";
     for (int i = 1; i < 10; ++i) {
         std::string const inner = "&e" + std::to_string(i - 1) + ";";
@@ -118,7 +118,7 @@ TEST(MX_Config, NothingOpensBeforeInitialize) {
 }
 
 TEST(MX_Config, AFailedInitializeMayBeTriedAgain) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     MX_Config config;
     Code::Value rc = Code::TIMED_OUT;
     int handle = -1;
@@ -361,7 +361,7 @@ TEST_F(MX_ConfigFile, AnInvalidNameRaises) {
 }
 
 TEST(MX_Config, RemarksAndTextBetweenElementsDoNotMatter) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     MX_Config config;
     Code::Value rc = Code::TIMED_OUT;
     int handle = -1;
@@ -383,7 +383,7 @@ TEST(MX_Config, RemarksAndTextBetweenElementsDoNotMatter) {
 }
 
 TEST(MX_Config, ANameWithElementsInsteadOfTextIsNone) {
-    TemporaryFolder const folder;
+    TestFolder const folder;
     MX_Config config;
     Code::Value rc = Code::TIMED_OUT;
     int handle = -1;
