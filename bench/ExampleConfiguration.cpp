@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -207,19 +208,21 @@ std::string ExampleConfiguration::fileName(File file) {
 
 std::string ExampleConfiguration::fileText(const std::vector<Container>& containers,
                                            const std::filesystem::path& folder) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<MX_Configurations>\n";
+    std::ostringstream text;
+    text << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<MX_Configurations>\n";
     for (const Container& container : containers) {
-        text += "  <" + container.tag + ">\n";
-        text += "    <Name>" + escaped(container.name) + "</Name>\n    <Parameters>\n";
+        text << "  <" << container.tag << ">\n    <Name>" << escaped(container.name)
+             << "</Name>\n    <Parameters>\n";
         for (const auto& [key, value] : container.parameters) {
             const bool isPath = value.compare(0, folderMark.size(), folderMark) == 0;
             const std::string shown =
                 isPath ? (folder / value.substr(folderMark.size())).string() : value;
-            text += "      <" + key + ">" + escaped(shown) + "</" + key + ">\n";
+            text << "      <" << key << ">" << escaped(shown) << "</" << key << ">\n";
         }
-        text += "    </Parameters>\n  </" + container.tag + ">\n";
+        text << "    </Parameters>\n  </" << container.tag << ">\n";
     }
-    return text + "</MX_Configurations>\n";
+    text << "</MX_Configurations>\n";
+    return text.str();
 }
 
 std::filesystem::path ExampleConfiguration::write(const std::filesystem::path& folder) const {

@@ -12,7 +12,6 @@ constexpr double degree = pi / 180;
 constexpr double earthRadius = 6378137.0;
 constexpr double eccentricity2 = 6.69437999014e-3;
 
-constexpr std::int64_t second = 1'000'000'000;
 constexpr std::int64_t secondsOfDay = 86400;
 constexpr std::int64_t secondsOfWeek = 7 * secondsOfDay;
 
