@@ -177,7 +177,11 @@ bool ChildProcess::running() const {
 
 bool ChildProcess::signal(int number) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return !reaped_ && ::kill(pid_, number) == 0;
+    if (reaped_) {
+        return false;
+    }
+    addMappedSegments(pid_, segments_);  // the last look, should the signal kill it
+    return ::kill(pid_, number) == 0;
 }
 
 bool ChildProcess::writeLine(const std::string& line) {
@@ -280,6 +284,7 @@ void ChildProcess::drain() {
             break;
         }
         if (const auto now = std::chrono::steady_clock::now(); now >= nextLook) {
+            const std::lock_guard<std::mutex> lock(mutex_);
             addMappedSegments(pid_, segments_);
             nextLook = now + segmentPeriod;
         }

@@ -110,14 +110,14 @@ private:
     // The draining thread's own.
     Stream output_{{}, false, {}};
     Stream error_{{}, true, {}};
-    std::set<std::string> segments_;
 
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     std::deque<Line> lines_;     // guarded by mutex_
     std::size_t forgotten_ = 0;  // guarded by mutex_: how many lines went before the first kept one
-    bool reaped_ = false;        // guarded by mutex_: the process id is no longer ours
-    std::optional<Exit> exit_;   // guarded by mutex_: set after the last line
+    std::set<std::string> segments_;  // guarded by mutex_: shared memory that it was seen to use
+    bool reaped_ = false;             // guarded by mutex_: the process id is no longer ours
+    std::optional<Exit> exit_;        // guarded by mutex_: set after the last line
 
     std::thread thread_;
 };

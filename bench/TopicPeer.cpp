@@ -1,0 +1,174 @@
+#include "bench/TopicPeer.h"
+
+#include <iomanip>
+#include <sstream>
+#include <utility>
+
+#include "bench/TopicPeerProtocol.h"
+
+namespace bench {
+namespace {
+
+// Longer than any request without a time-out of its own takes on a loaded machine.
+constexpr std::chrono::seconds requestTimeout{20};
+
+constexpr std::chrono::seconds endTimeout{10};
+
+/// The side of the wire that a server with this transport talks to.
+std::string otherSide(const std::string& serverTransport) {
+    if (serverTransport == "TCP_Server") {
+        return "TCP_Client";
+    }
+    return serverTransport == "TCP_Client" ? "TCP_Server" : serverTransport;
+}
+
+std::int64_t nanoseconds(std::chrono::nanoseconds duration) {
+    return duration.count();
+}
+
+template <class Record>
+void keep(std::deque<Publication<Record>>& list, const Publication<Record>& publication,
+          std::size_t most) {
+    list.push_back(publication);
+    if (list.size() > most) {
+        list.pop_front();
+    }
+}
+
+}  // namespace
+
+TopicPeer::TopicPeer(Options options) : options_(std::move(options)) {
+    ChildProcess::Options child;
+    child.arguments = {"--domain",    std::to_string(options_.domain),
+                       "--transport", otherSide(options_.serverTransport),
+                       "--address",   options_.address,
+                       "--port",      std::to_string(options_.port),
+                       "--depth",     std::to_string(options_.historyDepth)};
+    if (options_.bestEffort) {
+        child.arguments.emplace_back("--best-effort");
+    }
+    std::string name = "ClockAndNavigator";
+    if (options_.role != Role::FusionNavigator) {
+        child.arguments.insert(child.arguments.end(), {"--topic", std::string(UtcRecord::topic)});
+        name = options_.role == Role::ClockDevice ? "ClockDevice" : name;
+    }
+    if (options_.role != Role::ClockDevice) {
+        child.arguments.insert(child.arguments.end(), {"--topic", std::string(PntRecord::topic)});
+        name = options_.role == Role::FusionNavigator ? "FusionNavigator" : name;
+    }
+    child.arguments.insert(child.arguments.end(), {"--name", name});
+    child.lineHandler = [this](const std::string& line) { return takeLine(line); };
+    process_ = std::make_unique<ChildProcess>(options_.program, std::move(child));
+}
+
+TopicPeer::~TopicPeer() {
+    process_->closeInput();
+    process_->wait(endTimeout);
+}
+
+/// Takes the reports of publications; they are too many to be kept as lines.
+bool TopicPeer::takeLine(const std::string& line) {
+    if (line.compare(0, peerProtocol::published.size(), peerProtocol::published) != 0) {
+        return false;
+    }
+    std::istringstream words(line.substr(peerProtocol::published.size()));
+    std::string topic;
+    std::int64_t at = 0;
+    std::string fields;
+    std::getline(words >> topic >> at, fields);
+    const std::chrono::steady_clock::time_point when{std::chrono::nanoseconds(at)};
+    if (topic == UtcRecord::topic) {
+        Publication<UtcRecord> publication{{}, when};
+        if (!fromText(fields, publication.record)) {
+            return false;
+        }
+        if (options_.onClock) {
+            options_.onClock(publication);
+        }
+        const std::lock_guard<std::mutex> lock(mutex_);
+        keep(clock_, publication, options_.keptPublications);
+        return true;
+    }
+    Publication<PntRecord> publication{{}, when};
+    if (topic != PntRecord::topic || !fromText(fields, publication.record)) {
+        return false;
+    }
+    if (options_.onNavigator) {
+        options_.onNavigator(publication);
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    keep(navigator_, publication, options_.keptPublications);
+    return true;
+}
+
+/// Sends a request and waits for its answer.
+bool TopicPeer::request(const std::string& text, Duration timeout) {
+    std::string number;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        number = std::to_string(++requests_);
+    }
+    std::string failure = "the process does not answer";
+    if (process_->writeLine(number + " " + text)) {
+        const std::string ok = "#" + number + " ok";
+        const auto answer = process_->waitForLine("#" + number + " ", timeout);
+        if (answer) {
+            failure = *answer == ok ? "" : *answer;
+        }
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    failure_ = failure;
+    return failure.empty();
+}
+
+bool TopicPeer::waitForReaders(int count, Duration timeout) {
+    return request("match " + std::to_string(count) + " " + std::to_string(timeout.count()),
+                   timeout + requestTimeout);
+}
+
+bool TopicPeer::publish(const UtcRecord& record) {
+    return request("publish " + std::string(UtcRecord::topic) + " " + toText(record),
+                   requestTimeout);
+}
+
+bool TopicPeer::publish(const PntRecord& record) {
+    return request("publish " + std::string(PntRecord::topic) + " " + toText(record),
+                   requestTimeout);
+}
+
+TopicPeer::Schedule TopicPeer::Schedule::fromNow(double rate, std::int64_t count, Duration delay) {
+    return {rate, count, std::chrono::steady_clock::now() + delay,
+            nanoseconds(std::chrono::system_clock::now().time_since_epoch() + delay)};
+}
+
+bool TopicPeer::run(const Schedule& schedule) {
+    std::ostringstream text;
+    text << std::setprecision(17) << "run " << schedule.rate << ' ' << schedule.count << ' '
+         << nanoseconds(schedule.start.time_since_epoch()) << ' ' << schedule.utcStart;
+    return request(text.str(), requestTimeout);
+}
+
+bool TopicPeer::stop() {
+    return request("stop", requestTimeout);
+}
+
+bool TopicPeer::waitUntilDone(std::size_t runs, Duration timeout) const {
+    return process_->waitForLines(peerProtocol::done, runs, timeout);
+}
+
+std::deque<Publication<UtcRecord>> TopicPeer::clockPublications() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return clock_;
+}
+
+std::deque<Publication<PntRecord>> TopicPeer::navigatorPublications() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return navigator_;
+}
+
+std::string TopicPeer::lastFailure() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return failure_;
+}
+
+}  // namespace bench

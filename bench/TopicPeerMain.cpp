@@ -1,0 +1,418 @@
+// zephon-topic-peer: one participant of its own that publishes what the clock device and the
+// fusion navigator publish. Commands come on standard input (TopicPeerProtocol.h).
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <CLI/CLI.hpp>
+#include <fastdds/dds/log/Log.hpp>
+#include <fastdds/dds/log/StdoutErrConsumer.hpp>
+#include <fastdds/rtps/transport/TCPv4TransportDescriptor.h>
+#include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
+#include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
+#include <fastrtps/Domain.h>
+#include <fastrtps/attributes/ParticipantAttributes.h>
+#include <fastrtps/attributes/PublisherAttributes.h>
+#include <fastrtps/participant/Participant.h>
+#include <fastrtps/publisher/Publisher.h>
+#include <fastrtps/publisher/PublisherListener.h>
+#include <fastrtps/utils/IPLocator.h>
+
+#include "aspn2_msgs/MeridanePNT.h"
+#include "aspn2_msgs/TopicTypes.h"
+#include "aspn2_msgs/UTCTime.h"
+#include "bench/Simulation.h"
+#include "bench/TopicPeerProtocol.h"
+#include "bench/TopicRecords.h"
+
+namespace bench {
+namespace {
+
+namespace rtps = eprosima::fastrtps;
+namespace dds = eprosima::fastdds;
+namespace idl = aspn2_msgs::idl;
+using Clock = std::chrono::steady_clock;
+
+struct Options {
+    std::string name = "TopicPeer";
+    unsigned domain = 0;
+    std::string transport = "SHM";
+    std::string address = "127.0.0.1";
+    std::uint16_t port = 5100;
+    int historyDepth = 20;
+    bool bestEffort = false;
+    std::vector<std::string> topics;
+};
+
+/// Lines of different threads, whole and at once.
+void say(const std::string& line) {
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
+    std::cout << line << std::endl;
+}
+
+idl::header makeHeader(const RecordHeader& plain) {
+    idl::header header;
+    header.seq_num(plain.sequence);
+    header.timestamp_valid().sec(plain.tagSeconds);
+    header.timestamp_valid().nsec(static_cast<std::int32_t>(plain.tagNanoseconds));
+    header.timestamp_arrival(header.timestamp_valid());
+    header.device_id(static_cast<std::int32_t>(plain.source << 16));
+    return header;
+}
+
+idl::UTCTime makeMessage(const UtcRecord& plain) {
+    idl::UTCTime message;
+    message.header(makeHeader(plain.header));
+    message.gps_tow_sec(static_cast<std::int32_t>(plain.gpsTowSeconds));
+    message.gps_tow_nsec(plain.gpsTowNanoseconds);
+    message.gps_week(static_cast<std::int32_t>(plain.gpsWeek));
+    message.utc_tod_sec(static_cast<std::int32_t>(plain.utcTodSeconds));
+    message.utc_tod_nsec(plain.utcTodNanoseconds);
+    message.covariance()[0][0] = plain.timeVariance;
+    return message;
+}
+
+idl::MeridanePNT makeMessage(const PntRecord& plain) {
+    idl::MeridanePNT message;
+    message.header(makeHeader(plain.header));
+    message.GPS_Time(plain.gpsTime);
+    message.UTC_Time(plain.utcTime);
+    message.ECEF_Pos_X(plain.positionX);
+    message.ECEF_Pos_Y(plain.positionY);
+    message.ECEF_Pos_Z(plain.positionZ);
+    message.ECEF_Vel_X(plain.velocityX);
+    message.ECEF_Vel_Y(plain.velocityY);
+    message.ECEF_Vel_Z(plain.velocityZ);
+    message.Roll(plain.roll);
+    message.Pitch(plain.pitch);
+    message.Heading(plain.heading);
+    message.Horz_PosError(plain.horizontalPositionError);
+    message.Vert_PosError(plain.verticalPositionError);
+    message.Horz_Vel_Error(plain.horizontalVelocityError);
+    message.Vert_VelError(plain.verticalVelocityError);
+    message.Time_Error(plain.timeError);
+    message.Roll_Error(plain.rollError);
+    message.Pitch_Error(plain.pitchError);
+    message.Heading_Error(plain.headingError);
+    message.GPS_Week(plain.gpsWeek);
+    message.MX_PNT_Solution_Assurance(
+        static_cast<idl::MX_PNT_Solution_Assurance_enum>(plain.assurance));
+    return message;
+}
+
+/// The participant with the transport of this side of the wire.
+rtps::Participant* createParticipant(const Options& options) {
+    rtps::ParticipantAttributes attributes;
+    attributes.domainId = options.domain;
+    attributes.rtps.setName(options.name.c_str());
+    attributes.rtps.useBuiltinTransports = false;
+    attributes.rtps.builtin.discovery_config.leaseDuration = rtps::Duration_t(5, 0);
+    if (options.transport == "SHM") {
+        attributes.rtps.userTransports.push_back(
+            std::make_shared<dds::rtps::SharedMemTransportDescriptor>());
+    } else if (options.transport == "UDP") {
+        const auto udp = std::make_shared<dds::rtps::UDPv4TransportDescriptor>();
+        udp->interfaceWhiteList.emplace_back("127.0.0.1");
+        udp->non_blocking_send = true;
+        attributes.rtps.userTransports.push_back(udp);
+    } else {
+        const auto tcp = std::make_shared<dds::rtps::TCPv4TransportDescriptor>();
+        if (options.transport == "TCP_Server") {
+            tcp->set_WAN_address(options.address);
+            tcp->add_listener_port(options.port);
+        } else {
+            rtps::rtps::Locator_t server;
+            server.kind = LOCATOR_KIND_TCPv4;
+            rtps::rtps::IPLocator::setIPv4(server, options.address);
+            server.port = options.port;
+            attributes.rtps.builtin.initialPeersList.push_back(server);
+        }
+        attributes.rtps.userTransports.push_back(tcp);
+    }
+    return rtps::Domain::createParticipant(attributes);
+}
+
+/// One topic of this peer: its writer, and how many readers know of it.
+class Topic : public rtps::PublisherListener {
+public:
+    Topic(rtps::Participant* participant, const Options& options, const std::string& name)
+        : name_(name), bestEffort_(options.bestEffort) {
+        rtps::PublisherAttributes attributes;
+        attributes.topic.topicName = name;
+        attributes.topic.topicDataType = "aspn2_msgs::idl::" + name;
+        attributes.topic.topicKind = rtps::rtps::NO_KEY;
+        attributes.topic.historyQos.kind = rtps::KEEP_LAST_HISTORY_QOS;
+        attributes.topic.historyQos.depth = options.historyDepth;
+        attributes.topic.resourceLimitsQos.max_samples = options.historyDepth;
+        attributes.topic.resourceLimitsQos.max_instances = 1;
+        attributes.topic.resourceLimitsQos.max_samples_per_instance = options.historyDepth;
+        attributes.topic.resourceLimitsQos.allocated_samples = options.historyDepth;
+        attributes.qos.m_reliability.kind =
+            bestEffort_ ? rtps::BEST_EFFORT_RELIABILITY_QOS : rtps::RELIABLE_RELIABILITY_QOS;
+        attributes.qos.m_durability.kind = rtps::TRANSIENT_LOCAL_DURABILITY_QOS;
+        attributes.historyMemoryPolicy = rtps::rtps::PREALLOCATED_WITH_REALLOC_MEMORY_MODE;
+        publisher_ = rtps::Domain::createPublisher(participant, attributes, this);
+        if (publisher_ == nullptr) {
+            throw std::runtime_error("cannot publish " + name);
+        }
+    }
+
+    const std::string& name() const { return name_; }
+
+    void onPublicationMatched(rtps::Publisher*, rtps::rtps::MatchingInfo& info) override {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        matched_ += info.status == rtps::rtps::MATCHED_MATCHING ? 1 : -1;
+        changed_.notify_all();
+    }
+
+    /// Waits until `count` readers are matched on both sides. The library tells a writer when it
+    /// has found a reader, but the reader may not know the writer yet and would miss what is
+    /// published now. A reliable reader acknowledges only once it does, so a first record of no
+    /// source is written, which every server ignores, and its acknowledgement awaited. Readers
+    /// that are best effort acknowledge nothing.
+    bool waitForReaders(int count, Clock::time_point deadline) {
+        {
+            std::unique_lock<std::mutex> lock(mutex_);
+            if (!changed_.wait_until(lock, deadline, [&] { return matched_ >= count; })) {
+                return false;
+            }
+        }
+        if (bestEffort_) {
+            return true;
+        }
+        if (name_ == UtcRecord::topic) {
+            UtcRecord nobody;
+            nobody.header.source = 0;
+            write(nobody);
+        } else {
+            PntRecord nobody;
+            nobody.header.source = 0;
+            write(nobody);
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::max(deadline - Clock::now(), Clock::duration::zero()));
+        return publisher_->wait_for_all_acked(
+            rtps::Duration_t(static_cast<long double>(left.count()) / 1000));
+    }
+
+    int matched() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return matched_;
+    }
+
+    template <class Record>
+    bool write(const Record& record) {
+        auto message = makeMessage(record);
+        return publisher_->write(&message);
+    }
+
+    /// Publishes and reports it with its time.
+    template <class Record>
+    bool publish(Record record) {
+        record.header.sequence = ++sequence_;
+        auto message = makeMessage(record);
+        const auto at = Clock::now().time_since_epoch();
+        if (!publisher_->write(&message)) {
+            return false;
+        }
+        say(std::string(peerProtocol::published) + name_ + " " +
+            std::to_string(std::chrono::nanoseconds(at).count()) + " " + toText(record));
+        return true;
+    }
+
+private:
+    const std::string name_;
+    const bool bestEffort_;
+    rtps::Publisher* publisher_ = nullptr;
+    std::atomic<std::int64_t> sequence_{0};
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int matched_ = 0;  // guarded by mutex_
+};
+
+/// The running schedule, on a thread of its own.
+class Schedule {
+public:
+    explicit Schedule(std::vector<std::unique_ptr<Topic>>& topics) : topics_(topics) {}
+    ~Schedule() { stop(); }
+    Schedule(const Schedule&) = delete;
+    Schedule& operator=(const Schedule&) = delete;
+
+    void start(double rate, std::int64_t count, std::int64_t begin, std::int64_t utc) {
+        stop();
+        stop_ = false;
+        thread_ = std::thread([=] { run(rate, count, begin, utc); });
+    }
+
+    void stop() {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            stop_ = true;
+            changed_.notify_all();
+        }
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+
+private:
+    void run(double rate, std::int64_t count, std::int64_t begin, std::int64_t utc) {
+        for (std::int64_t tick = 0; count == 0 || tick < count; ++tick) {
+            const auto offset = static_cast<std::int64_t>(static_cast<double>(tick) * 1e9 / rate);
+            const Clock::time_point due{std::chrono::nanoseconds(begin + offset)};
+            {
+                std::unique_lock<std::mutex> lock(mutex_);
+                if (changed_.wait_until(lock, due, [this] { return stop_; })) {
+                    break;
+                }
+            }
+            for (const auto& topic : topics_) {
+                const bool written = topic->name() == UtcRecord::topic
+                                         ? topic->publish(clockAt(utc + offset))
+                                         : topic->publish(navigatorAt(utc + offset));
+                if (!written) {
+                    std::cerr << "cannot publish " << topic->name() << std::endl;
+                }
+            }
+        }
+        say(std::string(peerProtocol::done));
+    }
+
+    std::vector<std::unique_ptr<Topic>>& topics_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool stop_ = false;  // guarded by mutex_
+    std::thread thread_;
+};
+
+/// Carries out one request; the text is empty or tells why it failed.
+std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& topics,
+                   Schedule& schedule) {
+    std::string verb;
+    words >> verb;
+    if (verb == "match") {
+        int count = 0;
+        std::int64_t milliseconds = 0;
+        words >> count >> milliseconds;
+        const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
+        for (const auto& topic : topics) {
+            if (!words || !topic->waitForReaders(count, deadline)) {
+                return topic->name() + " is known to " + std::to_string(topic->matched()) +
+                       " readers";
+            }
+        }
+        return {};
+    }
+    if (verb == "publish") {
+        std::string name;
+        std::string fields;
+        std::getline(words >> name, fields);
+        for (const auto& topic : topics) {
+            if (topic->name() != name) {
+                continue;
+            }
+            UtcRecord utc;
+            PntRecord pnt;
+            const bool isUtc = name == UtcRecord::topic;
+            if (!(isUtc ? fromText(fields, utc) : fromText(fields, pnt))) {
+                return "cannot read the fields";
+            }
+            const bool written = isUtc ? topic->publish(utc) : topic->publish(pnt);
+            return written ? "" : "the transport refused the record";
+        }
+        return "no topic " + name;
+    }
+    if (verb == "run") {
+        double rate = 0;
+        std::int64_t count = 0;
+        std::int64_t begin = 0;
+        std::int64_t utc = 0;
+        words >> rate >> count >> begin >> utc;
+        if (!words || !(rate > 0)) {
+            return "run needs rate, count, start and time";
+        }
+        schedule.start(rate, count, begin, utc);
+        return {};
+    }
+    if (verb == "stop") {
+        schedule.stop();
+        return {};
+    }
+    return "unknown verb " + verb;
+}
+
+int run(const Options& options) {
+    // Standard output is for answers; the library's own lines go to standard error.
+    dds::dds::Log::ClearConsumers();
+    auto consumer = std::make_unique<dds::dds::StdoutErrConsumer>();
+    consumer->stderr_threshold(dds::dds::Log::Kind::Info);
+    dds::dds::Log::RegisterConsumer(std::move(consumer));
+
+    rtps::Participant* participant = createParticipant(options);
+    if (participant == nullptr) {
+        std::cerr << "cannot create a participant" << std::endl;
+        return 1;
+    }
+    idl::UTCTimePubSubType utcType;
+    idl::MeridanePNTPubSubType pntType;
+    rtps::Domain::registerType(participant, &utcType);
+    rtps::Domain::registerType(participant, &pntType);
+    {
+        std::vector<std::unique_ptr<Topic>> topics;
+        for (const std::string& name : options.topics) {
+            topics.push_back(std::make_unique<Topic>(participant, options, name));
+        }
+        Schedule schedule(topics);
+        say(std::string(peerProtocol::ready));
+        std::string line;
+        while (std::getline(std::cin, line)) {
+            std::istringstream words(line);
+            std::string number;
+            words >> number;
+            const std::string failure = handle(words, topics, schedule);
+            say("#" + number + (failure.empty() ? " ok" : " failed " + failure));
+        }
+        schedule.stop();
+        // Writers go with the participant, their listeners after it.
+        rtps::Domain::removeParticipant(participant);
+    }
+    return 0;
+}
+
+}  // namespace
+}  // namespace bench
+
+int main(int argc, char** argv) {
+    bench::Options options;
+    CLI::App app("One peer of the simulated computer; commands on standard input");
+    app.add_option("--name", options.name, "Name of the participant");
+    app.add_option("--domain", options.domain, "DDS domain");
+    app.add_option("--transport", options.transport, "Transport of this side")
+        ->check(CLI::IsMember({"SHM", "UDP", "TCP_Client", "TCP_Server"}));
+    app.add_option("--address", options.address, "TCP address of the server side");
+    app.add_option("--port", options.port, "TCP port of the server side");
+    app.add_option("--depth", options.historyDepth, "History depth");
+    app.add_flag("--best-effort", options.bestEffort, "Publish without acknowledgement");
+    app.add_option("--topic", options.topics, "Topic to publish; may be given several times")
+        ->check(CLI::IsMember({"UTCTime", "MeridanePNT"}))
+        ->required();
+    CLI11_PARSE(app, argc, argv);
+    try {
+        return bench::run(options);
+    } catch (const std::exception& failure) {
+        std::cerr << failure.what() << std::endl;
+        return 1;
+    }
+}

@@ -1,0 +1,268 @@
+#include <algorithm>
+#include <csignal>
+
+#include <fastdds/rtps/transport/TCPv4TransportDescriptor.h>
+#include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
+#include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
+#include <fastrtps/Domain.h>
+#include <fastrtps/attributes/ParticipantAttributes.h>
+#include <fastrtps/attributes/SubscriberAttributes.h>
+#include <fastrtps/participant/Participant.h>
+#include <fastrtps/subscriber/SampleInfo.h>
+#include <fastrtps/subscriber/Subscriber.h>
+#include <fastrtps/subscriber/SubscriberListener.h>
+#include <gtest/gtest.h>
+
+#include "aspn2_msgs/MeridanePNT.h"
+#include "aspn2_msgs/TopicTypes.h"
+#include "aspn2_msgs/UTCTime.h"
+#include "bench/DomainLock.h"
+#include "bench/SharedMemory.h"
+#include "bench/Simulation.h"
+#include "bench/TopicPeer.h"
+
+namespace bench {
+namespace {
+
+namespace rtps = eprosima::fastrtps;
+namespace dds = eprosima::fastdds;
+namespace idl = aspn2_msgs::idl;
+using namespace std::chrono_literals;
+
+constexpr auto deadline = 30s;
+
+/// A reader of one topic that keeps what it gets.
+template <class Message>
+class Reader : public rtps::SubscriberListener {
+public:
+    void onNewDataMessage(rtps::Subscriber* subscriber) override {
+        Message message;
+        rtps::SampleInfo_t info;
+        while (subscriber->takeNextData(&message, &info)) {
+            if (info.sampleKind == rtps::rtps::ALIVE) {
+                const std::lock_guard<std::mutex> lock(mutex_);
+                messages_.push_back(message);
+                changed_.notify_all();
+            }
+        }
+    }
+
+    /// The messages of the source, once there are `count`; fewer when the time is up.
+    std::vector<Message> wait(int source, std::size_t count) {
+        std::vector<Message> found;
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait_for(lock, deadline, [&] {
+            found.clear();
+            std::copy_if(messages_.begin(), messages_.end(), std::back_inserter(found),
+                         [source](Message& message) {
+                             return message.header().device_id() == source << 16;
+                         });
+            return found.size() >= count;
+        });
+        return found;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<Message> messages_;
+};
+
+/// The server's place on the topics: one participant with a reader of each.
+class Listener {
+public:
+    Listener(const TopicPeer::Options& options, bool backFill) {
+        rtps::ParticipantAttributes attributes;
+        attributes.domainId = options.domain;
+        attributes.rtps.useBuiltinTransports = false;
+        if (options.serverTransport == "SHM") {
+            attributes.rtps.userTransports.push_back(
+                std::make_shared<dds::rtps::SharedMemTransportDescriptor>());
+        } else if (options.serverTransport == "UDP") {
+            const auto udp = std::make_shared<dds::rtps::UDPv4TransportDescriptor>();
+            udp->interfaceWhiteList.emplace_back("127.0.0.1");
+            attributes.rtps.userTransports.push_back(udp);
+        } else {
+            const auto tcp = std::make_shared<dds::rtps::TCPv4TransportDescriptor>();
+            tcp->set_WAN_address(options.address);
+            tcp->add_listener_port(static_cast<std::uint16_t>(options.port));
+            attributes.rtps.userTransports.push_back(tcp);
+        }
+        participant_ = rtps::Domain::createParticipant(attributes);
+        rtps::Domain::registerType(participant_, &utcType_);
+        rtps::Domain::registerType(participant_, &pntType_);
+        listen(options, backFill, "UTCTime", &utc);
+        listen(options, backFill, "MeridanePNT", &pnt);
+    }
+    ~Listener() { rtps::Domain::removeParticipant(participant_); }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    Reader<idl::UTCTime> utc;
+    Reader<idl::MeridanePNT> pnt;
+
+private:
+    void listen(const TopicPeer::Options& options, bool backFill, const std::string& topic,
+                rtps::SubscriberListener* listener) {
+        rtps::SubscriberAttributes attributes;
+        attributes.topic.topicName = topic;
+        attributes.topic.topicDataType = "aspn2_msgs::idl::" + topic;
+        attributes.topic.historyQos.depth = options.historyDepth;
+        attributes.topic.resourceLimitsQos.max_samples = options.historyDepth;
+        attributes.topic.resourceLimitsQos.allocated_samples = options.historyDepth;
+        attributes.qos.m_reliability.kind =
+            options.bestEffort ? rtps::BEST_EFFORT_RELIABILITY_QOS : rtps::RELIABLE_RELIABILITY_QOS;
+        attributes.qos.m_durability.kind =
+            backFill ? rtps::TRANSIENT_LOCAL_DURABILITY_QOS : rtps::VOLATILE_DURABILITY_QOS;
+        rtps::Domain::createSubscriber(participant_, attributes, listener);
+    }
+
+    rtps::Participant* participant_ = nullptr;
+    idl::UTCTimePubSubType utcType_;
+    idl::MeridanePNTPubSubType pntType_;
+};
+
+class TopicPeerTest : public testing::Test {
+protected:
+    TopicPeerTest() { options.domain = domain.id(); }
+
+    /// Everything that is published after the match must arrive.
+    void expectDelivery() {
+        TopicPeer peer(options);
+        Listener listener(options, false);
+        ASSERT_TRUE(peer.waitForReaders(1, deadline)) << peer.lastFailure();
+        ASSERT_TRUE(peer.run(TopicPeer::Schedule::fromNow(100, 5)));
+        ASSERT_TRUE(peer.waitUntilDone(1, deadline));
+        const auto published = peer.clockPublications();
+        ASSERT_EQ(published.size(), 5U);
+        const auto received = listener.utc.wait(36, 5);
+        ASSERT_EQ(received.size(), 5U);
+        for (std::size_t i = 0; i < 5; ++i) {
+            EXPECT_EQ(received[i].header().timestamp_valid().nsec(),
+                      published[i].record.header.tagNanoseconds);
+        }
+        EXPECT_EQ(listener.pnt.wait(96, 5).size(), 5U);
+    }
+
+    DomainLock domain;
+    TopicPeer::Options options;
+};
+
+TEST_F(TopicPeerTest, PublishesSingleRecordsWithTheGivenFields) {
+    TopicPeer peer(options);
+    Listener listener(options, false);
+    ASSERT_TRUE(peer.waitForReaders(1, deadline)) << peer.lastFailure();
+    UtcRecord utc = clockAt(1726358400'250'000'000);
+    utc.timeVariance = 0.5;
+    PntRecord pnt = navigatorAt(1726358400'250'000'000);
+    pnt.header.source = 38;
+    ASSERT_TRUE(peer.publish(utc)) << peer.lastFailure();
+    ASSERT_TRUE(peer.publish(pnt)) << peer.lastFailure();
+
+    const auto times = listener.utc.wait(36, 1);
+    ASSERT_EQ(times.size(), 1U);
+    EXPECT_EQ(times[0].header().seq_num(), 1);
+    EXPECT_EQ(times[0].header().timestamp_valid().sec(), 1726358400);
+    EXPECT_EQ(times[0].gps_tow_sec(), 18);
+    EXPECT_EQ(times[0].gps_tow_nsec(), 250e6);
+    EXPECT_EQ(times[0].gps_week(), 2332);
+    EXPECT_EQ(times[0].utc_tod_sec(), 0);
+    EXPECT_EQ(times[0].covariance()[0][0], 0.5);
+    const auto solutions = listener.pnt.wait(38, 1);
+    ASSERT_EQ(solutions.size(), 1U);
+    EXPECT_EQ(solutions[0].ECEF_Pos_Y(), pnt.positionY);
+    EXPECT_EQ(solutions[0].ECEF_Vel_Z(), pnt.velocityZ);
+    EXPECT_EQ(solutions[0].Roll_Error(), pnt.rollError);
+    EXPECT_EQ(solutions[0].Vert_PosError(), pnt.verticalPositionError);
+    EXPECT_EQ(solutions[0].GPS_Week(), 2332);
+    EXPECT_EQ(static_cast<int>(solutions[0].MX_PNT_Solution_Assurance()), 2);
+
+    const auto reported = peer.clockPublications();
+    ASSERT_EQ(reported.size(), 1U);
+    utc.header.sequence = 1;
+    EXPECT_EQ(toText(reported[0].record), toText(utc));
+    EXPECT_LT(reported[0].at, std::chrono::steady_clock::now());
+}
+
+TEST_F(TopicPeerTest, VolatileReaderMissesNothingAfterTheMatchOnSharedMemory) {
+    expectDelivery();
+}
+
+TEST_F(TopicPeerTest, VolatileReaderMissesNothingAfterTheMatchOnUdp) {
+    options.serverTransport = "UDP";
+    expectDelivery();
+}
+
+TEST_F(TopicPeerTest, VolatileReaderMissesNothingAfterTheMatchOnTcp) {
+    options.serverTransport = "TCP_Server";
+    options.port = domain.tcpPort();
+    expectDelivery();
+}
+
+TEST_F(TopicPeerTest, LateReaderIsFilledFromTheHistory) {
+    TopicPeer peer(options);
+    const UtcRecord record = clockAt(1726358400'000'000'000);
+    ASSERT_TRUE(peer.publish(record));
+    Listener listener(options, true);
+    EXPECT_EQ(listener.utc.wait(36, 1).size(), 1U);
+}
+
+TEST_F(TopicPeerTest, TwoPeersOnOneScheduleGiveTheSameTags) {
+    options.role = TopicPeer::Role::ClockDevice;
+    TopicPeer clock(options);
+    options.role = TopicPeer::Role::FusionNavigator;
+    TopicPeer navigator(options);
+    const auto schedule = TopicPeer::Schedule::fromNow(200, 20);
+    ASSERT_TRUE(clock.run(schedule));
+    ASSERT_TRUE(navigator.run(schedule));
+    ASSERT_TRUE(clock.waitUntilDone(1, deadline));
+    ASSERT_TRUE(navigator.waitUntilDone(1, deadline));
+    const auto times = clock.clockPublications();
+    const auto solutions = navigator.navigatorPublications();
+    ASSERT_EQ(times.size(), 20U);
+    ASSERT_EQ(solutions.size(), 20U);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        EXPECT_EQ(times[i].record.header.tag(), solutions[i].record.header.tag());
+        EXPECT_EQ(times[i].record.header.tag() - times[0].record.header.tag(),
+                  static_cast<std::int64_t>(i) * 5'000'000);
+    }
+    EXPECT_TRUE(clock.navigatorPublications().empty());
+}
+
+TEST_F(TopicPeerTest, StopsARunWithoutEnd) {
+    TopicPeer peer(options);
+    ASSERT_TRUE(peer.run(TopicPeer::Schedule::fromNow(100, 0, 0ms)));
+    EXPECT_FALSE(peer.waitUntilDone(1, 100ms));
+    ASSERT_TRUE(peer.stop());
+    EXPECT_TRUE(peer.waitUntilDone(1, deadline));
+}
+
+TEST_F(TopicPeerTest, TellsWhenNobodyListens) {
+    TopicPeer peer(options);
+    EXPECT_FALSE(peer.waitForReaders(1, 100ms));
+    EXPECT_NE(peer.lastFailure().find("is known to 0 readers"), std::string::npos);
+}
+
+TEST_F(TopicPeerTest, KilledPeerFailsItsRequestsAndLeavesNoSegment) {
+    std::set<std::string> segments;
+    {
+        TopicPeer peer(options);
+        ASSERT_TRUE(peer.process().waitForLine("ready", deadline));
+        const auto end = std::chrono::steady_clock::now() + deadline;
+        while (segments.empty() && std::chrono::steady_clock::now() < end) {
+            addMappedSegments(peer.process().pid(), segments);
+        }
+        ASSERT_FALSE(segments.empty());
+        ASSERT_TRUE(peer.process().signal(SIGKILL));
+        ASSERT_TRUE(peer.process().wait(deadline));
+        EXPECT_FALSE(peer.publish(UtcRecord{}));
+        EXPECT_EQ(peer.lastFailure(), "the process does not answer");
+    }
+    for (const std::string& name : segments) {
+        EXPECT_FALSE(std::filesystem::exists("/dev/shm/" + name)) << name;
+    }
+    removeDomainPorts(static_cast<int>(domain.id()));
+}
+
+}  // namespace
+}  // namespace bench
