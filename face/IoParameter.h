@@ -10,6 +10,7 @@ namespace FACE::IOSS {
 /// Each alternative has three forms: `x_value(v)` stores and sets the tag; `x_value()` sets the
 /// tag and gives the place to write to; `x_value(v, code)` reads, and with another tag gives
 /// TAG_MISMATCH and leaves `v` as it was.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order of the tags
 class IO_PARAMETER_VALUE_TYPE {
 public:
     enum RETURN_CODE : std::int32_t { NO_ERROR = 0, TAG_MISMATCH = 1 };
