@@ -129,6 +129,7 @@ rtps::Participant* createParticipant(const Options& options) {
         attributes.rtps.userTransports.push_back(udp);
     } else {
         const auto tcp = std::make_shared<dds::rtps::TCPv4TransportDescriptor>();
+        tcp->enable_tcp_nodelay = true;  // else records wait for each other, 40 ms and more
         if (options.transport == "TCP_Server") {
             tcp->set_WAN_address(options.address);
             tcp->add_listener_port(options.port);

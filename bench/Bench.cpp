@@ -1,0 +1,122 @@
+#include "bench/Bench.h"
+
+#include <csignal>
+#include <fstream>
+#include <thread>
+#include <utility>
+
+#include "bench/SharedMemory.h"
+
+namespace bench {
+namespace {
+
+constexpr const char* runningLine = "ZephonServer started successfully.";
+
+// The last of the handlers that the server installs once it runs.
+constexpr int lastHandledSignal = SIGINT;
+
+/// True when the process has a handler of its own for the signal.
+bool handlesSignal(pid_t pid, int number) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    const std::string key = "SigCgt:";
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.compare(0, key.size(), key) == 0) {
+            const unsigned long long mask = std::stoull(line.substr(key.size()), nullptr, 16);
+            return ((mask >> (number - 1)) & 1) != 0;
+        }
+    }
+    return false;
+}
+
+ExampleConfiguration::Settings complete(ExampleConfiguration::Settings settings,
+                                        const DomainLock& domain) {
+    settings.domain = domain.id();
+    if (settings.port == ExampleConfiguration::Settings{}.port) {
+        settings.port = domain.tcpPort();
+    }
+    return settings;
+}
+
+}  // namespace
+
+Bench::Bench() : Bench(Options{}) {}
+
+Bench::Bench(Options options) : options_(std::move(options)), devices_(folder_.path() / "dev") {
+    // Whoever had the domain before may have been killed.
+    removeDomainPorts(static_cast<int>(domain_.id()));
+    options_.settings = complete(options_.settings, domain_);
+    configuration_ = ExampleConfiguration(options_.settings);
+    for (unsigned link = 1; link <= links; ++link) {
+        units_.at(link - 1) = std::make_unique<UnitModel>(options_.units.at(link - 1));
+        devices_.linkSerial(options_.settings.channels.at(link - 1), unit(link).devicePath());
+    }
+}
+
+Bench::~Bench() {
+    server_.reset();
+    removeDomainPorts(static_cast<int>(domain_.id()));
+}
+
+void Bench::reconnect(unsigned link) {
+    unit(link).reconnect();
+    devices_.linkSerial(options_.settings.channels.at(link - 1), unit(link).devicePath());
+}
+
+void Bench::start() {
+    server_.reset();
+    ChildProcess::Options child;
+    child.arguments = {configuration_.write(folder_.path()).string()};
+    child.environment = options_.environment;
+    child.environment[DeviceRoot::environmentVariable] = devices_.path().string();
+    child.lineHandler = options_.serverLine;
+    server_ = std::make_unique<ChildProcess>(options_.server, std::move(child));
+}
+
+bool Bench::waitUntilRunning(Duration timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    if (!server_->waitForLine(runningLine, timeout)) {
+        return false;
+    }
+    // The line comes a moment before the handlers: a SIGTERM in between would just kill it.
+    while (!handlesSignal(server_->pid(), lastHandledSignal)) {
+        if (!server_->running() || std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+std::optional<ChildProcess::Exit> Bench::stop(Duration timeout) {
+    server_->signal(SIGTERM);
+    return server_->wait(timeout);
+}
+
+TopicPeer::Options Bench::peerOptions(TopicPeer::Role role) const {
+    TopicPeer::Options peer;
+    peer.role = role;
+    peer.domain = options_.settings.domain;
+    peer.serverTransport = options_.settings.transport;
+    peer.address = options_.settings.address;
+    peer.port = options_.settings.port;
+    peer.historyDepth = options_.settings.historyDepth;
+    peer.bestEffort = options_.settings.bestEffort;
+    return peer;
+}
+
+std::string Bench::report() const {
+    std::string text = "--- server: ";
+    if (server_ == nullptr) {
+        text += "not started\n";
+    } else {
+        const auto exit = server_->wait(Duration(0));
+        text += (exit ? exit->text() : "running") + "\n" + server_->output();
+    }
+    for (unsigned link = 1; link <= links; ++link) {
+        text += "--- link " + std::to_string(link) + ": " + units_.at(link - 1)->describe();
+    }
+    return text;
+}
+
+}  // namespace bench

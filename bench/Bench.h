@@ -1,0 +1,96 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "bench/ChildProcess.h"
+#include "bench/DeviceRoot.h"
+#include "bench/DomainLock.h"
+#include "bench/ExampleConfiguration.h"
+#include "bench/TemporaryFolder.h"
+#include "bench/TopicPeer.h"
+#include "bench/UnitModel.h"
+
+namespace bench {
+
+/// The server among all that it meets: a DDS domain and a device root of its own, a unit on each
+/// of the three links, a configuration, and the real program in a process of its own.
+///
+///     Bench bench;
+///     bench.start();
+///     ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
+///     ...
+///     const auto exit = bench.stop();
+///
+/// The destructor ends whatever still runs and leaves nothing behind. One thread uses an object;
+/// the thread that makes it must outlive it.
+class Bench {
+public:
+    using Duration = std::chrono::milliseconds;
+    static constexpr unsigned links = 3;
+
+    struct Options {
+        std::filesystem::path server = programFolder() / "ZephonServer";
+        ExampleConfiguration::Settings settings;  ///< domain, and port unless given, are set here
+        std::array<UnitModel::Options, links> units;
+        std::map<std::string, std::string> environment;           ///< added to the server's
+        std::function<bool(const std::string& line)> serverLine;  ///< ChildProcess::lineHandler
+    };
+
+    Bench();
+    explicit Bench(Options options);
+    ~Bench();
+    Bench(const Bench&) = delete;
+    Bench& operator=(const Bench&) = delete;
+
+    /// To be changed before start().
+    ExampleConfiguration& configuration() { return configuration_; }
+    const ExampleConfiguration::Settings& settings() const { return options_.settings; }
+
+    /// The unit on link 1, 2 or 3. Raises std::out_of_range for another number.
+    UnitModel& unit(unsigned link) { return *units_.at(link - 1); }
+
+    const DeviceRoot& devices() const { return devices_; }
+    const DomainLock& domain() const { return domain_; }
+    TemporaryFolder& folder() { return folder_; }
+
+    /// Puts a new line on a link after UnitModel::hangUp(), where the next open finds it.
+    void reconnect(unsigned link);
+
+    /// Writes the configuration and starts the server, anew if it has run before. Raises
+    /// std::system_error when the program cannot be run.
+    void start();
+
+    /// Waits until the server has told that it runs, and takes signals in an orderly way.
+    bool waitUntilRunning(Duration timeout = std::chrono::seconds(30));
+
+    /// Sends SIGTERM and waits for the end; nothing when the server does not end in time.
+    std::optional<ChildProcess::Exit> stop(Duration timeout = std::chrono::seconds(30));
+
+    /// The server's process; after start() only.
+    ChildProcess& server() { return *server_; }
+    bool started() const { return server_ != nullptr; }
+
+    /// The options of a peer that speaks with this server; role and callbacks are the caller's.
+    TopicPeer::Options peerOptions(TopicPeer::Role role = TopicPeer::Role::Both) const;
+
+    /// The server's output and the traffic on all links, for the report of a failed test.
+    std::string report() const;
+
+private:
+    Options options_;
+    DomainLock domain_;
+    TemporaryFolder folder_;
+    DeviceRoot devices_;
+    ExampleConfiguration configuration_;
+    std::array<std::unique_ptr<UnitModel>, links> units_;
+    std::unique_ptr<ChildProcess> server_;
+};
+
+}  // namespace bench

@@ -1,0 +1,78 @@
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "bench/DemoDisplay.h"
+
+namespace bench {
+namespace {
+
+using namespace std::chrono_literals;
+
+DemoSnapshot snapshot() {
+    DemoSnapshot result;
+    result.transport = "SHM";
+    result.rate = 10;
+    result.elapsed = 12s;
+    result.totals.records = 240;
+    result.totals.pairs = 120;
+    result.totals.frames = 119;
+    result.totals.right = 117;
+    result.totals.wrong = 2;
+    result.totals.missing = 1;
+    result.framesPerSecond = 9.9;
+    result.links[0].framesById = {{15050, 119}, {27560, 3}};
+    result.links[1].line.headerErrors = 1;
+    result.links[2].line.dataErrors = 2;
+    result.handshakeTimeouts = 4;
+    return result;
+}
+
+TEST(LatencySummary, GivesTheRankedValues) {
+    SolutionLedger::Latencies latencies;
+    for (int i = 200; i >= 1; --i) {
+        latencies.emplace_back(std::chrono::microseconds(i));
+    }
+    const auto summary = LatencySummary::of(latencies);
+    EXPECT_EQ(summary.count, 200U);
+    EXPECT_EQ(summary.p50, 100);
+    EXPECT_EQ(summary.p99, 198);
+    EXPECT_EQ(summary.max, 200);
+}
+
+TEST(LatencySummary, TakesOneValueAndNone) {
+    const auto one = LatencySummary::of({7us});
+    EXPECT_EQ(one.p50, 7);
+    EXPECT_EQ(one.p99, 7);
+    EXPECT_EQ(one.max, 7);
+    EXPECT_EQ(LatencySummary::of({}).count, 0U);
+}
+
+TEST(DemoDisplay, LineTellsTheFigures) {
+    const std::string line = liveLine(snapshot());
+    EXPECT_NE(line.find("12 s  240 records  119 frames  9.9/s  no frame yet  2 wrong  3 checksum "
+                        "errors  4 time-outs"),
+              std::string::npos)
+        << line;
+}
+
+TEST(DemoDisplay, BlockTellsTheFiguresInAFixedNumberOfLines) {
+    DemoSnapshot figures = snapshot();
+    const std::string before = liveBlock(figures);
+    EXPECT_NE(before.find("119 frames of message 15050: 117 right, 2 wrong, 1 missing"),
+              std::string::npos);
+    EXPECT_NE(before.find("3 checksum errors, 4 handshake time-outs"), std::string::npos);
+    EXPECT_NE(before.find("link 1: 15050 x 119, 27560 x 3"), std::string::npos);
+    EXPECT_NE(before.find("link 2: none"), std::string::npos);
+    figures.solution = SolutionFrame{};
+    figures.solution->position = {6378137.0, 0, 0};
+    figures.solution->gpsWeek = 2332;
+    const std::string after = liveBlock(figures);
+    EXPECT_NE(after.find("GPS week 2332"), std::string::npos);
+    EXPECT_NE(after.find("0.00000 N, 0.00000 E, 0 m"), std::string::npos) << after;
+    EXPECT_EQ(std::count(before.begin(), before.end(), '\n'),
+              std::count(after.begin(), after.end(), '\n'));
+}
+
+}  // namespace
+}  // namespace bench
