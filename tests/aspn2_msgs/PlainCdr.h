@@ -102,7 +102,7 @@ public:
         } else if constexpr (sizeof(T) == 1) {
             value = static_cast<T>(++next_);
         } else {
-            value = -static_cast<T>(++next_) * 1000003;
+            value = -static_cast<T>(++next_) * 100003;
         }
     }
 

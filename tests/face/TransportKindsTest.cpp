@@ -1,0 +1,90 @@
+// Records over each transport, to another process and back.
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "aspn2_msgs/MeridanePNT.h"
+#include "bench/ChildProcess.h"
+#include "tests/face/TypedTransport.h"
+
+namespace {
+
+using aspn2_msgs::idl::MeridanePNT;
+
+MeridanePNT solution(int number) {
+    MeridanePNT record;
+    record.header().seq_num(number);
+    record.ECEF_Pos_X(1000.5 + number);
+    record.GPS_Week(2300);
+    return record;
+}
+
+struct Kind {
+    char const* name;
+    char const* ours;
+    char const* theirs;
+    char const* bestEffort;
+};
+
+class TransportKinds : public testing::TestWithParam<Kind> {
+protected:
+    TransportText textOf(char const* transport) const {
+        TransportText text(domain);
+        text.set("UseTransport", transport).set("UseBestEffort", GetParam().bestEffort);
+        std::string const topic =
+            TransportText::topic("aspn2_msgs::idl::MeridanePNT", "MeridanePNTPubSubType");
+        text.connections = {{"Pnt", topic}, {"Back", topic}};
+        return text;
+    }
+
+    bench::DomainLock domain;
+};
+
+TEST_P(TransportKinds, CarriesRecordsToAnotherProcessAndBack) {
+    TestFolder folder;
+    bench::ChildProcess::Options options;
+    options.arguments = {folder.write("echo.xml", textOf(GetParam().theirs).xml())};
+    bench::ChildProcess echo(bench::programFolder() / "transport-echo", options);
+
+    Mailbox<Received<MeridanePNT>> mailbox;
+    Transport transport(textOf(GetParam().ours));
+    ASSERT_EQ(transport.initialize(), Code::NO_ERROR);
+    Typed<MeridanePNT> typed(transport.tss);
+    long long const out = transport.connect("Pnt");
+    long long const back = transport.connect("Back");
+    ASSERT_EQ(typed.registerSender(out), Code::NO_ERROR);
+    ASSERT_EQ(typed.registerCallback(back, into(mailbox)), Code::NO_ERROR);
+    ASSERT_TRUE(transport.publisherHas(out, 1) && transport.subscriberHas(back, 1))
+        << echo.output();
+    ASSERT_TRUE(echo.waitForLine("matched", DEADLINE)) << echo.output();
+
+    for (int number = 0; number < 50; ++number) {
+        ASSERT_EQ(typed.send(out, solution(number)), Code::NO_ERROR);
+        auto const received = mailbox.take();
+        ASSERT_TRUE(received) << number;
+        EXPECT_EQ(received->record, solution(number));
+        EXPECT_NE(received->thread, std::this_thread::get_id());
+    }
+
+    echo.closeInput();
+    auto const exit = echo.wait(DEADLINE);
+    ASSERT_TRUE(exit);
+    EXPECT_TRUE(exit->ok()) << exit->text() << echo.output();
+    // A participant that leaves says so; nobody waits for its lease to end.
+    EXPECT_TRUE(transport.publisherHas(out, 0));
+}
+
+// TCP first: the library numbers the participants of a process, and a client looks for a server
+// among the first few numbers only.
+INSTANTIATE_TEST_SUITE_P(
+    All, TransportKinds,
+    testing::Values(Kind{"TcpServer", "TCP_Server", "TCP_Client", "false"},
+                    Kind{"TcpServerBestEffort", "TCP_Server", "TCP_Client", "true"},
+                    Kind{"TcpClient", "TCP_Client", "TCP_Server", "false"},
+                    Kind{"Shm", "SHM", "SHM", "false"}, Kind{"ShmBestEffort", "SHM", "SHM", "true"},
+                    Kind{"Udp", "UDP", "UDP", "false"},
+                    Kind{"UdpBestEffort", "UDP", "UDP", "true"}),
+    [](auto const& test) { return std::string(test.param.name); });
+
+}  // namespace
