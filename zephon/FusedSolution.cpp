@@ -1,0 +1,131 @@
+#include "zephon/FusedSolution.h"
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr std::int64_t nanosecondsPerSecond = 1000000000;
+constexpr std::int64_t matchWindowNs = 2000000;  // a pair lies closer together than this
+
+// Bits of the flags that the store decides: solution assurance (2, 3) and bits 6, 7, 8. The
+// others keep the message's default.
+constexpr std::uint16_t storedFlagBits = 0x01CC;
+constexpr std::uint16_t assuranceBits = 0x000C;
+
+/// Narrows with IEEE rules also where the language leaves the result open.
+float toFloat(double value) {
+    constexpr double largest = std::numeric_limits<float>::max();
+    if (std::isnan(value)) {
+        return std::numeric_limits<float>::quiet_NaN();
+    }
+    if (std::abs(value) > largest) {
+        return std::copysign(std::numeric_limits<float>::infinity(), value > 0 ? 1.0F : -1.0F);
+    }
+    return static_cast<float>(value);
+}
+
+float timeErrorOf(double variance) {
+    if (!std::isfinite(variance) || variance < 0) {
+        return std::numeric_limits<float>::infinity();
+    }
+    return toFloat(std::sqrt(variance));
+}
+
+}  // namespace
+
+void FusedSolution::store(aspn2_msgs::idl::UTCTime const& record) {
+    auto const& valid = record.header().timestamp_valid();
+    utcTimeTag_ = {valid.sec(), valid.nsec()};
+    gpsWeek_ = static_cast<std::uint16_t>(record.gps_week());
+    utcTodSeconds_ = record.utc_tod_sec() + record.utc_tod_nsec() * 1e-9;
+    gpsTowSeconds_ = record.gps_tow_sec() + record.gps_tow_nsec() * 1e-9;
+    timeError_ = timeErrorOf(record.covariance()[0][0]);
+    utcReceived_ = true;
+}
+
+void FusedSolution::store(aspn2_msgs::idl::MeridanePNT const& record) {
+    auto const& valid = record.header().timestamp_valid();
+    pntTimeTag_ = {valid.sec(), valid.nsec()};
+    ecefPosX_ = record.ECEF_Pos_X();
+    ecefPosY_ = record.ECEF_Pos_Y();
+    ecefPosZ_ = record.ECEF_Pos_Z();
+    ecefVelX_ = toFloat(record.ECEF_Vel_X());
+    ecefVelY_ = toFloat(record.ECEF_Vel_Y());
+    ecefVelZ_ = toFloat(record.ECEF_Vel_Z());
+    roll_ = toFloat(record.Roll());
+    pitch_ = toFloat(record.Pitch());
+    heading_ = toFloat(record.Heading());
+    horzVelError_ = toFloat(record.Horz_Vel_Error());
+    vertVelError_ = toFloat(record.Vert_VelError());
+    vertPosError_ = toFloat(record.Vert_PosError());
+    horzPosError_ = toFloat(record.Horz_PosError());
+    headingError_ = toFloat(record.Heading_Error());
+    pitchError_ = toFloat(record.Pitch_Error());
+    rollError_ = toFloat(record.Roll_Error());
+    const auto assurance = static_cast<std::uint32_t>(record.MX_PNT_Solution_Assurance());
+    solutionFlags_ = static_cast<std::uint16_t>((solutionFlags_ & ~assuranceBits) |
+                                                ((assurance << 2U) & assuranceBits));
+    pntReceived_ = true;
+}
+
+bool FusedSolution::isSameInstant(TimeTag const& a, TimeTag const& b) {
+    // Tags come from the wire: their seconds may lie anywhere, so they are looked at before
+    // they are multiplied. Five seconds cover what any 32-bit nanoseconds can make up for.
+    std::int64_t seconds = 0;
+    if (__builtin_sub_overflow(a.sec, b.sec, &seconds) || seconds > 5 || seconds < -5) {
+        return false;
+    }
+    const std::int64_t nanoseconds =
+        seconds * nanosecondsPerSecond + (std::int64_t{a.nsec} - std::int64_t{b.nsec});
+    return nanoseconds < matchWindowNs && nanoseconds > -matchWindowNs;
+}
+
+std::shared_ptr<OstrelPvtOutput> FusedSolution::takeOutput() {
+    if (!utcReceived_ || !pntReceived_ || !isSameInstant(utcTimeTag_, pntTimeTag_)) {
+        return nullptr;
+    }
+    ++solutionCount_;
+    auto output = std::make_shared<OstrelPvtOutput>();
+    using L = OstrelPvtLayout;
+    output->set<L::GpsTowSeconds>(gpsTowSeconds_);
+    output->set<L::UtcTodSeconds>(utcTodSeconds_);
+    output->set<L::EcefPosX>(ecefPosX_);
+    output->set<L::EcefPosY>(ecefPosY_);
+    output->set<L::EcefPosZ>(ecefPosZ_);
+    output->set<L::EcefVelX>(ecefVelX_);
+    output->set<L::EcefVelY>(ecefVelY_);
+    output->set<L::EcefVelZ>(ecefVelZ_);
+    output->set<L::Pitch>(pitch_);
+    output->set<L::Roll>(roll_);
+    output->set<L::Heading>(heading_);
+    output->set<L::HorzPosError>(horzPosError_);
+    output->set<L::VertPosError>(vertPosError_);
+    output->set<L::HorzVelError>(horzVelError_);
+    output->set<L::VertVelError>(vertVelError_);
+    output->set<L::TimeError>(timeError_);
+    output->set<L::PitchError>(pitchError_);
+    output->set<L::RollError>(rollError_);
+    output->set<L::HeadingError>(headingError_);
+    output->set<L::GpsWeek>(gpsWeek_);
+    output->set<L::SolutionFlags>(static_cast<std::uint16_t>(
+        (L::defaultSolutionFlags & ~storedFlagBits) | (solutionFlags_ & storedFlagBits)));
+    fillReceiverStatus(*output);
+    utcReceived_ = false;
+    pntReceived_ = false;
+    return output;
+}
+
+void FusedSolution::fillReceiverStatus(OstrelPvtOutput& output) {
+    using L = OstrelPvtLayout;
+    output.set<L::ReceiverSeen>(static_cast<std::uint16_t>(receiver.receiverStatus & 1U));
+    output.set<L::ReceiverStatus>(
+        static_cast<std::uint16_t>((receiver.receiverStatus >> 16U) & 0x3FFDU));
+    output.set<L::ReceiverStatus2>(static_cast<std::uint16_t>(receiver.receiverStatus2 & 0xFFC1U));
+    if (receiver.jfomFresh) {
+        output.set<L::AntiJamValid>(
+            static_cast<std::uint16_t>((receiver.receiverStatus >> 1U) & 1U));
+        output.set<L::JammingFigures>(receiver.jfom);
+        receiver.jfomFresh = false;
+    }
+}

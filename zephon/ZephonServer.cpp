@@ -1,0 +1,81 @@
+#include "zephon/ZephonServer.h"
+
+#include <iostream>
+
+#include "messages/PntdMessages.h"
+
+namespace {
+
+constexpr unsigned char zephonServerId = 49;
+
+}  // namespace
+
+ZephonServer::ZephonServer()
+    : serverId_(zephonServerId), name_(ASPN2::ServerIds::to_string(zephonServerId)) {}
+
+ZephonServer::~ZephonServer() {
+    // Links first: they end their threads. Then the services from the top down; the transport
+    // goes after the last typed service, and with it the last callback.
+    links_.destroy();
+    commandResponseTs_.reset();
+    eventLogTs_.reset();
+    gpsTimeTs_.reset();
+    meridanePntTs_.reset();
+    positionVelocityTs_.reset();
+    utcTimeTs_.reset();
+    bitReportTs_.reset();
+    maintenanceEventTs_.reset();
+    transport_.reset();
+}
+
+void ZephonServer::Initialize(ReturnCode::Value& code) {
+    code = ReturnCode::NO_ACTION;
+}
+
+void ZephonServer::Finalize(ReturnCode::Value& code) {
+    code = ReturnCode::NO_ACTION;
+}
+
+void ZephonServer::Query_State(ReportedState::Value& state, ReturnCode::Value& code) {
+    state = state_;
+    code = ReturnCode::NO_ERROR;
+}
+
+void ZephonServer::Request_State_Transition(RequestedState::Value request,
+                                            ReturnCode::Value& code) {
+    if (!isRunning() && request == RequestedState::START) {
+        startServer();
+        code = ReturnCode::NO_ERROR;
+    } else if (isRunning() && request == RequestedState::STOP) {
+        stopServer();
+        code = ReturnCode::NO_ERROR;
+    } else {
+        code = ReturnCode::NOT_AVAILABLE;
+    }
+}
+
+void ZephonServer::startServer() {
+    for (unsigned short number = 1; number <= LinkTable::count; ++number) {
+        if (GpsIo* const link = links_.at(number)) {
+            link->start();
+        }
+    }
+    auto started = std::make_shared<PntDBitCmdMsg>();
+    PNTDBIT::PntDBitCmdMsg command;
+    command.command = PNTDBIT::commandStarted;
+    started->setPayload(command);
+    started->header[3] |= FLAG_ACK_REQUEST;
+    sendToPntdBitPort(started);
+    std::cout << name_ + " started successfully.\n" << std::flush;
+    state_ = ReportedState::RUNNING;
+}
+
+void ZephonServer::stopServer() {
+    for (unsigned short number = 1; number <= LinkTable::count; ++number) {
+        if (GpsIo* const link = links_.at(number)) {
+            link->stop();
+        }
+    }
+    std::cout << name_ + " stopped successfully.\n" << std::flush;
+    state_ = ReportedState::STOPPED;
+}

@@ -1,0 +1,161 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "ASPN/DeviceIds.h"
+#include "GpsSerialIo/GssipMessage.h"
+#include "aspn2_msgs/BitReport.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/GPSTime.h"
+#include "aspn2_msgs/MaintenanceEvent.h"
+#include "aspn2_msgs/MeridanePNT.h"
+#include "aspn2_msgs/PositionVelocity.h"
+#include "aspn2_msgs/UTCTime.h"
+#include "face/LifeCycle.h"
+#include "face/MX_Config.h"
+#include "face/MX_SerialPort.h"
+#include "face/MX_TSS.h"
+#include "face/MX_TypedTS.h"
+#include "platform/Mutex.h"
+#include "zephon/FusedSolution.h"
+#include "zephon/LinkTable.h"
+#include "zephon/ServerParameters.h"
+
+/// The server: it takes records in, decides, and hands messages on.
+///
+/// One thread, main's, drives the life cycle; `cb...` members run on the transport's listener
+/// threads, several at a time, and return at once unless the server is running. Lock order:
+/// the solution lock, then the link table, then a link's queue.
+class ZephonServer
+    : public FACE::LCM::Initializable::InitializableInstance,
+      public FACE::LCM::Configurable::ConfigurableInstance,
+      public FACE::LCM::Connectable::ConnectableInstance,
+      public FACE::LCM::Meridane::RequestedState_ReportedState::Stateful::StatefulInstance {
+public:
+    using ReturnCode = FACE::RETURN_CODE_TYPE;
+    using RequestedState = FACE::LCM::Meridane::RequestedState;
+    using ReportedState = FACE::LCM::Meridane::ReportedState;
+
+    ZephonServer();
+    ~ZephonServer() override;
+    ZephonServer(ZephonServer const&) = delete;
+    ZephonServer& operator=(ZephonServer const&) = delete;
+
+    // ---- Life cycle (ZephonServer.cpp, ZephonServerConnection.cpp) ----------------------
+
+    /// Both answer NO_ACTION: the work lies in the constructor, Configure and the connects.
+    void Initialize(ReturnCode::Value& code) override;
+    void Finalize(ReturnCode::Value& code) override;
+    /// Reads the top-level configuration file, then sets priority and processor.
+    /// INVALID_CONFIG for a missing file, container or key, and when either can't be set.
+    void Configure(FACE::String const& file, ReturnCode::Value& code) override;
+    /// Brings up transport, topics and links. The first failed step ends it with
+    /// INVALID_CONFIG; what a link raises passes through. `file` is not used.
+    void Framework_Connect(FACE::String const& file, ReturnCode::Value& code) override;
+    /// Takes the topics down; safe after any partial connect. Answers NO_ERROR.
+    void Framework_Disconnect(ReturnCode::Value& code) override;
+    void Query_State(ReportedState::Value& state, ReturnCode::Value& code) override;
+    /// START from stopped, STOP from running; anything else answers NOT_AVAILABLE.
+    void Request_State_Transition(RequestedState::Value request, ReturnCode::Value& code) override;
+
+    // ---- Routing (ZephonServerRouting.cpp), any thread ----------------------------------
+
+    /// Queues a message for all virtual units, unchanged, on link 1.
+    void sendToAllEmulators(std::shared_ptr<GssipMessage> const& message);
+    /// Queues a message, unchanged, on link 3.
+    void sendToPntdBitPort(std::shared_ptr<GssipMessage> const& message);
+
+    // ---- Navigation output (ZephonServerNavigation.cpp), listener threads ---------------
+
+    void cbMxPnt(aspn2_msgs::idl::MeridanePNT const& record);
+    void cbPosVel(aspn2_msgs::idl::PositionVelocity const& record);
+    void cbUtcTime(aspn2_msgs::idl::UTCTime const& record);
+
+    // ---- Receiver status (ZephonServerReceiverStatus.cpp), listener threads -------------
+
+    void cbEventLog(aspn2_msgs::idl::EventLog const& record);
+
+private:
+    /// The connections of the nine topics, in the order in which they are made.
+    struct Topics {
+        long long command = -1;
+        long long response = -1;
+        long long eventLog = -1;
+        long long gpsTime = -1;
+        long long meridanePnt = -1;
+        long long positionVelocity = -1;
+        long long utcTime = -1;
+        long long bitReport = -1;
+        long long maintenanceEvent = -1;
+    };
+    struct TopicEntry {
+        char const* name;
+        long long Topics::*id;
+    };
+    static TopicEntry const topicEntries[9];
+
+    template <typename T>
+    using Typed = std::shared_ptr<FACE::TSS::Details::MX_TypedTS<T>>;
+
+    // Steps of Configure and Framework_Connect; each answers whether it succeeded.
+    bool readConfiguration(FACE::String const& file);
+    bool countServerConfigurations(FACE::Configuration& config);
+    bool setProcessPriority() const;
+    bool setProcessor() const;
+    bool connectTransport();
+    bool registerTopics();
+    bool connectSerial();
+    void connectLinks();
+    static void configure_ZP_Comms(GpsIo& link);
+    void announce() const;
+    template <typename T>
+    bool makeTyped(Typed<T>& typed);
+    template <typename T>
+    bool receive(Typed<T> const& typed, long long connection,
+                 void (ZephonServer::*callback)(T const&));
+    template <typename T>
+    bool receiveUnread(Typed<T> const& typed, long long connection);
+
+    void startServer();
+    void stopServer();
+    bool isRunning() const { return state_ == ReportedState::RUNNING; }
+
+    void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);
+    void handleMeridanePNTMessage(aspn2_msgs::idl::MeridanePNT const& record);
+    void checkIfReceivedBoth();
+
+    // Constant after construction.
+    const unsigned char serverId_;
+    const std::string name_;
+
+    // Changed by Configure and Framework_Connect only, before any other thread reads them.
+    SystemParameters system_;
+    ConfigParameters config_;
+    int serverConfigurations_ = 0;
+    ASPN2::DeviceIdFactory deviceIds_;
+    Topics topics_;
+
+    // Written by main's thread, read by all.
+    std::atomic<ReportedState::Value> state_{ReportedState::STOPPED};
+
+    platform::Mutex solutionMutex_;
+    FusedSolution solution_ GUARDED_BY(solutionMutex_);
+
+    // Owned here, self-synchronised. The destructor gives them up in an order of its own.
+    std::shared_ptr<FACE::MX_Config> transportConfig_;
+    std::shared_ptr<FACE::MX_Config> ioConfig_;
+    std::shared_ptr<FACE::TSS::MX_TSS> transport_;
+    Typed<aspn2_msgs::idl::CommandResponse> commandResponseTs_;
+    Typed<aspn2_msgs::idl::EventLog> eventLogTs_;
+    Typed<aspn2_msgs::idl::GPSTime> gpsTimeTs_;
+    Typed<aspn2_msgs::idl::MeridanePNT> meridanePntTs_;
+    Typed<aspn2_msgs::idl::PositionVelocity> positionVelocityTs_;
+    Typed<aspn2_msgs::idl::UTCTime> utcTimeTs_;
+    Typed<aspn2_msgs::idl::BitReport> bitReportTs_;
+    Typed<aspn2_msgs::idl::MaintenanceEvent> maintenanceEventTs_;
+    std::shared_ptr<FACE::IOSS::MX_SerialPort> serial_;
+    LinkTable links_;
+};

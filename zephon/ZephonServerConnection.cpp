@@ -1,0 +1,264 @@
+#include <iostream>
+#include <sstream>
+
+#include "face/MX_Config_Helpers.h"
+#include "platform/ProcessScheduling.h"
+#include "zephon/BuildInfo.h"
+#include "zephon/ZephonServer.h"
+
+namespace idl = aspn2_msgs::idl;
+
+namespace {
+
+// Messages that get no response from the unit.
+constexpr int noHandshakeIds[] = {15054, 5044,  5047,  5048,  5406,  8040,  8080,  8504,
+                                  15050, 15051, 27530, 27531, 15052, 15053, 27552, 30000,
+                                  5101,  5103,  5104,  5120,  5121,  5122,  5123,  5124,
+                                  5125,  5126,  5127,  5128,  5134,  5135,  5401,  8015};
+
+// Messages of the unit whose request for an ACK is left unanswered.
+constexpr int ignoreAckRequestIds[] = {8504,  15050, 15052, 30000, 27535, 27536,
+                                       27533, 27534, 27532, 27530, 27531};
+
+constexpr char const* xpn = "074-8125-600B";
+constexpr char const* notice = "Gateway between the navigation computer and its receiver unit";
+
+}  // namespace
+
+ZephonServer::TopicEntry const ZephonServer::topicEntries[9] = {
+    {"Command", &Topics::command},
+    {"Response", &Topics::response},
+    {"EventLog", &Topics::eventLog},
+    {"GPSTime", &Topics::gpsTime},
+    {"MeridanePNT", &Topics::meridanePnt},
+    {"PositionVelocity", &Topics::positionVelocity},
+    {"UTCTime", &Topics::utcTime},
+    {"BitReport", &Topics::bitReport},
+    {"MaintenanceEvent", &Topics::maintenanceEvent},
+};
+
+void ZephonServer::Configure(FACE::String const& file, ReturnCode::Value& code) {
+    if (!readConfiguration(file)) {
+        code = ReturnCode::INVALID_CONFIG;
+        return;
+    }
+    // Both are tried: a refused priority does not keep the server off its processor.
+    const bool prioritySet = setProcessPriority();
+    const bool processorSet = setProcessor();
+    code = prioritySet && processorSet ? ReturnCode::NO_ERROR : ReturnCode::INVALID_CONFIG;
+}
+
+bool ZephonServer::readConfiguration(FACE::String const& file) {
+    FACE::MX_Config config;
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    config.Initialize(file, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    int handle = 0;
+    config.Open("Meridane", handle, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    ReturnCode::Value parameters = ReturnCode::NO_ERROR;
+    GetSystemParameters(config, handle, system_, parameters);
+    config.Close(handle, code);
+
+    config.Open(name_.c_str(), handle, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    GetConfigParameters(config, handle, config_, parameters);
+    config.Close(handle, code);
+    return countServerConfigurations(config) && parameters == ReturnCode::NO_ERROR;
+}
+
+bool ZephonServer::countServerConfigurations(FACE::Configuration& config) {
+    int handle = 0;
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    config.Open("Server_Configuration", handle, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    ReturnCode::Value position = ReturnCode::NO_ERROR;
+    while (position == ReturnCode::NO_ERROR) {
+        ++serverConfigurations_;
+        config.Seek(handle, FACE::Configuration::WHENCE_TYPE::SEEK_CUR, 1, position);
+    }
+    config.Close(handle, code);
+    if (config_.debug) {
+        std::cout << std::to_string(serverConfigurations_) + " server configurations counted\n"
+                  << std::flush;
+    }
+    return true;
+}
+
+bool ZephonServer::setProcessPriority() const {
+    if (config_.priority == 0) {
+        return true;
+    }
+    const bool ok = okSetRealtimeProcessPriority(config_.priority & 0xFF);
+    std::ostringstream line;
+    if (config_.debug) {
+        line << (ok ? "Successfully set " : "FAILED to set ");
+    }
+    line << name_ << " realtime process priority to " << config_.priority << "\n";
+    std::cout << line.str() << std::flush;
+    return ok;
+}
+
+bool ZephonServer::setProcessor() const {
+    if (config_.cpu == 0) {
+        return true;
+    }
+    const bool ok = okSetCpuAffinity(config_.cpu & 0xFFU);
+    if (config_.debug) {
+        std::ostringstream line;
+        line << (ok ? "Successfully set " : "FAILED to set ") << name_ << " cpu affinity to "
+             << config_.cpu << "\n";
+        std::cout << line.str() << std::flush;
+    }
+    return ok;
+}
+
+void ZephonServer::Framework_Connect(FACE::String const& /*file*/, ReturnCode::Value& code) {
+    code = ReturnCode::INVALID_CONFIG;
+    if (!connectTransport() || !registerTopics() || !connectSerial()) {
+        return;
+    }
+    connectLinks();
+    announce();
+    code = ReturnCode::NO_ERROR;
+}
+
+bool ZephonServer::connectTransport() {
+    transportConfig_ = std::make_shared<FACE::MX_Config>();
+    transport_ = std::make_shared<FACE::TSS::MX_TSS>(name_);
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    transport_->Set_Reference("Configuration", transportConfig_, 0, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    transport_->Initialize(config_.connections, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    for (auto const& topic : topicEntries) {
+        int direction = 0;
+        transport_->Create_Connection(topic.name, 0, topics_.*topic.id, direction, code);
+        if (code != ReturnCode::NO_ERROR) {
+            return false;
+        }
+    }
+    return makeTyped(commandResponseTs_) && makeTyped(eventLogTs_) && makeTyped(gpsTimeTs_) &&
+           makeTyped(meridanePntTs_) && makeTyped(positionVelocityTs_) && makeTyped(utcTimeTs_) &&
+           makeTyped(bitReportTs_) && makeTyped(maintenanceEventTs_);
+}
+
+template <typename T>
+bool ZephonServer::makeTyped(Typed<T>& typed) {
+    typed = std::make_shared<FACE::TSS::Details::MX_TypedTS<T>>();
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    typed->Set_Reference("MX_TSS", transport_, 0, code);
+    return code == ReturnCode::NO_ERROR;
+}
+
+template <typename T>
+bool ZephonServer::receive(Typed<T> const& typed, long long connection,
+                           void (ZephonServer::*callback)(T const&)) {
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    typed->Register_Callback(
+        connection,
+        [this, callback](long long, long long, T const& record, FACE::TSS::HEADER_TYPE const&,
+                         FACE::Sequence<FACE::TSS::QoS_Element> const&,
+                         ReturnCode::Value&) { (this->*callback)(record); },
+        code);
+    return code == ReturnCode::NO_ERROR;
+}
+
+/// Subscribes to a topic whose records no job of the server reads: siblings see a matched
+/// reader, and what comes is let go.
+template <typename T>
+bool ZephonServer::receiveUnread(Typed<T> const& typed, long long connection) {
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    typed->Register_Callback(
+        connection,
+        [](long long, long long, T const&, FACE::TSS::HEADER_TYPE const&,
+           FACE::Sequence<FACE::TSS::QoS_Element> const&, ReturnCode::Value&) {},
+        code);
+    return code == ReturnCode::NO_ERROR;
+}
+
+bool ZephonServer::registerTopics() {
+    if (!receiveUnread(commandResponseTs_, topics_.command) ||
+        !receiveUnread(commandResponseTs_, topics_.response) ||
+        !receive(eventLogTs_, topics_.eventLog, &ZephonServer::cbEventLog) ||
+        !receiveUnread(gpsTimeTs_, topics_.gpsTime) ||
+        !receive(meridanePntTs_, topics_.meridanePnt, &ZephonServer::cbMxPnt) ||
+        !receive(positionVelocityTs_, topics_.positionVelocity, &ZephonServer::cbPosVel) ||
+        !receive(utcTimeTs_, topics_.utcTime, &ZephonServer::cbUtcTime) ||
+        !receiveUnread(bitReportTs_, topics_.bitReport)) {
+        return false;
+    }
+    for (const long long connection : {topics_.command, topics_.response}) {
+        ReturnCode::Value code = ReturnCode::NO_ERROR;
+        commandResponseTs_->Register_Sender(connection, code);
+        if (code != ReturnCode::NO_ERROR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool ZephonServer::connectSerial() {
+    ioConfig_ = std::make_shared<FACE::MX_Config>();
+    serial_ = std::make_shared<FACE::IOSS::MX_SerialPort>();
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    serial_->Set_Reference("Configuration", ioConfig_, 0, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    serial_->Initialize(config_.ioDevices, code);
+    return code == ReturnCode::NO_ERROR;
+}
+
+void ZephonServer::connectLinks() {
+    deviceIds_.reset(FACE::ToStdString(system_.system).c_str(), serverId_);
+    for (unsigned short number = 1; number <= LinkTable::count; ++number) {
+        auto link = std::make_unique<GpsIo>(name_, "Zephon", number, serial_, config_.debug);
+        link->configure();
+        configure_ZP_Comms(*link);
+        links_.create(number, std::move(link));
+    }
+}
+
+void ZephonServer::configure_ZP_Comms(GpsIo& link) {
+    for (const int id : noHandshakeIds) {
+        link.addToNoHandshakeList(id);
+    }
+    for (const int id : ignoreAckRequestIds) {
+        link.addToIgnoreACKRequestList(id);
+    }
+}
+
+void ZephonServer::announce() const {
+    std::cout << "//aspn://CORVANE/" + name_ + ":" + BuildInfo::stamp + "/\n";
+    std::cout << name_ + " XPN: " + xpn + "  " + notice + "\n" << std::flush;
+}
+
+void ZephonServer::Framework_Disconnect(ReturnCode::Value& code) {
+    if (transport_ != nullptr) {
+        // What the single calls answer is not asked: all of them are made.
+        ReturnCode::Value ignored = ReturnCode::NO_ERROR;
+        for (auto const& topic : topicEntries) {
+            transport_->Unregister_Callback(topics_.*topic.id, ignored);
+        }
+        for (auto const& topic : topicEntries) {
+            transport_->Unregister_Sender(topics_.*topic.id, ignored);
+        }
+        for (auto const& topic : topicEntries) {
+            transport_->Destroy_Connection(topics_.*topic.id, ignored);
+        }
+    }
+    code = ReturnCode::NO_ERROR;
+}
