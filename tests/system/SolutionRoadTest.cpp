@@ -1,0 +1,238 @@
+// The main road: records on the topics become frames of message 15050 on link 1.
+
+#include <string>
+
+#include "bench/Bench.h"
+#include "bench/Simulation.h"
+#include "bench/SolutionFrame.h"
+#include "bench/SolutionLedger.h"
+#include "gmock/gmock.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using bench::Bench;
+using bench::PntRecord;
+using bench::SolutionFrame;
+using bench::TopicPeer;
+using bench::UtcRecord;
+using testing::IsEmpty;
+
+constexpr std::int64_t instant = 1'790'000'000'000'000'000;  // Unix time, nanoseconds
+
+/// Everything up and matched: server, units and one peer that is clock and navigator.
+class SolutionRoad : public testing::Test {
+protected:
+    void connect(std::string const& transport = "SHM", bool bestEffort = false,
+                 bool backFill = false) {
+        Bench::Options options;
+        options.settings.transport = transport;
+        options.settings.bestEffort = bestEffort;
+        options.settings.backFill = backFill;
+        options.settings.baud = 921600;
+        bench = std::make_unique<Bench>(options);
+        bench->start();
+        ASSERT_TRUE(bench->waitUntilRunning()) << bench->report();
+        peer = std::make_unique<TopicPeer>(bench->peerOptions());
+        ASSERT_TRUE(peer->waitForReaders(1, 30s)) << peer->lastFailure() << bench->report();
+    }
+
+    bool waitForSolutions(std::size_t count) {
+        return bench->unit(1).waitForFrames(SolutionFrame::id, count, 20s);
+    }
+    std::vector<bench::LoggedFrame> solutions() { return bench->unit(1).frames(SolutionFrame::id); }
+
+    /// A pair that matches comes last: whatever was published before it has then been decided.
+    void expectOnlySolution(std::int64_t at) {
+        UtcRecord const utc = bench::clockAt(at);
+        PntRecord const pnt = bench::navigatorAt(at);
+        ASSERT_TRUE(peer->publish(utc));
+        ASSERT_TRUE(peer->publish(pnt));
+        ASSERT_TRUE(waitForSolutions(1)) << bench->report();
+        EXPECT_THAT(bench::solutionDefects(solutions().front().frame, utc, pnt), IsEmpty());
+        EXPECT_EQ(1U, solutions().size());
+    }
+
+    void stop() {
+        const auto exit = bench->stop();
+        ASSERT_TRUE(exit && exit->ok()) << bench->report();
+    }
+
+    std::unique_ptr<Bench> bench;
+    std::unique_ptr<TopicPeer> peer;
+};
+
+struct Way {
+    char const* transport;
+    bool bestEffort;
+    bool backFill;
+};
+
+class EveryTransport : public SolutionRoad, public testing::WithParamInterface<Way> {};
+
+TEST_P(EveryTransport, CarriesEveryPairToTheLineByteForByte) {
+    constexpr std::size_t pairs = 50;
+    connect(GetParam().transport, GetParam().bestEffort, GetParam().backFill);
+    ASSERT_TRUE(peer->run(TopicPeer::Schedule::fromNow(50, pairs)));
+    ASSERT_TRUE(peer->waitUntilDone(1, 30s));
+    ASSERT_TRUE(waitForSolutions(pairs)) << bench->report();
+
+    const auto utc = peer->clockPublications();
+    const auto pnt = peer->navigatorPublications();
+    const auto frames = solutions();
+    ASSERT_EQ(pairs, frames.size());
+    ASSERT_EQ(pairs, utc.size());
+    ASSERT_EQ(pairs, pnt.size());
+    for (std::size_t i = 0; i < pairs; ++i) {
+        EXPECT_THAT(bench::solutionDefects(frames[i].frame, utc[i].record, pnt[i].record),
+                    IsEmpty())
+            << i;
+    }
+    EXPECT_EQ(0U, bench->unit(1).statistics().line.checksumErrors());
+    stop();
+}
+
+INSTANTIATE_TEST_SUITE_P(SolutionRoad, EveryTransport,
+                         testing::Values(Way{"SHM", false, false}, Way{"SHM", true, false},
+                                         Way{"SHM", false, true}, Way{"UDP", false, false},
+                                         Way{"UDP", true, true}, Way{"TCP_Server", false, false},
+                                         Way{"TCP_Client", false, true}),
+                         [](auto const& parameter) {
+                             return std::string(parameter.param.transport) +
+                                    (parameter.param.bestEffort ? "_BestEffort" : "_Reliable") +
+                                    (parameter.param.backFill ? "_BackFill" : "");
+                         });
+
+TEST_F(SolutionRoad, ClockAndNavigatorMayBeProcessesOfTheirOwn) {
+    constexpr std::size_t pairs = 30;
+    Bench::Options options;
+    options.settings.baud = 921600;
+    bench = std::make_unique<Bench>(options);
+    bench->start();
+    ASSERT_TRUE(bench->waitUntilRunning()) << bench->report();
+    TopicPeer clock(bench->peerOptions(TopicPeer::Role::ClockDevice));
+    TopicPeer navigator(bench->peerOptions(TopicPeer::Role::FusionNavigator));
+    ASSERT_TRUE(clock.waitForReaders(1, 30s));
+    ASSERT_TRUE(navigator.waitForReaders(1, 30s));
+    const auto schedule = TopicPeer::Schedule::fromNow(20, pairs, 500ms);
+    ASSERT_TRUE(clock.run(schedule));
+    ASSERT_TRUE(navigator.run(schedule));
+    ASSERT_TRUE(waitForSolutions(pairs)) << bench->report();
+    ASSERT_TRUE(clock.waitUntilDone(1, 20s));
+    ASSERT_TRUE(navigator.waitUntilDone(1, 20s));
+    const auto utc = clock.clockPublications();
+    const auto pnt = navigator.navigatorPublications();
+    const auto frames = solutions();
+    ASSERT_EQ(pairs, frames.size());
+    for (std::size_t i = 0; i < pairs; ++i) {
+        EXPECT_THAT(bench::solutionDefects(frames[i].frame, utc[i].record, pnt[i].record),
+                    IsEmpty())
+            << i;
+    }
+    stop();
+}
+
+TEST_F(SolutionRoad, TagsLessThanTwoMillisecondsApartMatch) {
+    connect();
+    UtcRecord const utc = bench::clockAt(instant);
+    PntRecord pnt = bench::navigatorAt(instant);
+    pnt.header.setTag(utc.header.tag() + 1'900'000);
+    ASSERT_TRUE(peer->publish(utc));
+    ASSERT_TRUE(peer->publish(pnt));
+    ASSERT_TRUE(waitForSolutions(1)) << bench->report();
+    EXPECT_THAT(bench::solutionDefects(solutions().front().frame, utc, pnt), IsEmpty());
+}
+
+TEST_F(SolutionRoad, TagsTwoMillisecondsApartWaitForABetterSolution) {
+    connect();
+    UtcRecord const utc = bench::clockAt(instant);
+    PntRecord late = bench::navigatorAt(instant);
+    late.header.setTag(utc.header.tag() + 2'000'000);
+    late.positionX = 1;
+    PntRecord const right = bench::navigatorAt(instant);
+    ASSERT_TRUE(peer->publish(utc));
+    ASSERT_TRUE(peer->publish(late));
+    ASSERT_TRUE(peer->publish(right));
+    ASSERT_TRUE(waitForSolutions(1)) << bench->report();
+    EXPECT_THAT(bench::solutionDefects(solutions().front().frame, utc, right), IsEmpty());
+    EXPECT_EQ(1U, solutions().size());
+}
+
+TEST_F(SolutionRoad, ASecondTimeAloneGivesNothing) {
+    connect();
+    UtcRecord const first = bench::clockAt(instant);
+    ASSERT_TRUE(peer->publish(first));
+    ASSERT_TRUE(peer->publish(bench::navigatorAt(instant)));
+    ASSERT_TRUE(waitForSolutions(1)) << bench->report();
+    ASSERT_TRUE(peer->publish(first));
+
+    const std::int64_t later = instant + 1'000'000'000;
+    UtcRecord const utc = bench::clockAt(later);
+    PntRecord const pnt = bench::navigatorAt(later);
+    ASSERT_TRUE(peer->publish(utc));
+    ASSERT_TRUE(peer->publish(pnt));
+    ASSERT_TRUE(waitForSolutions(2)) << bench->report();
+    EXPECT_THAT(bench::solutionDefects(solutions()[1].frame, utc, pnt), IsEmpty());
+    EXPECT_EQ(2U, solutions().size());
+}
+
+TEST_F(SolutionRoad, TimeOfTheNavigatorDoesNotFeedTheSolution) {
+    connect();
+    UtcRecord utc = bench::clockAt(instant);
+    utc.header.source = PntRecord::fusionNavigator;
+    ASSERT_TRUE(peer->publish(utc));
+    ASSERT_TRUE(peer->publish(bench::navigatorAt(instant)));
+    expectOnlySolution(instant + 1'000'000'000);
+}
+
+TEST_F(SolutionRoad, SolutionsOfAnotherServerAreIgnored) {
+    connect();
+    PntRecord pnt = bench::navigatorAt(instant);
+    pnt.header.source = 38;
+    ASSERT_TRUE(peer->publish(bench::clockAt(instant)));
+    ASSERT_TRUE(peer->publish(pnt));
+    expectOnlySolution(instant + 1'000'000'000);
+}
+
+TEST_F(SolutionRoad, AVarianceThatIsNoneGoesOutAsAnInfiniteTimeError) {
+    connect();
+    UtcRecord utc = bench::clockAt(instant);
+    utc.timeVariance = std::numeric_limits<double>::quiet_NaN();
+    ASSERT_TRUE(peer->publish(utc));
+    ASSERT_TRUE(peer->publish(bench::navigatorAt(instant)));
+    ASSERT_TRUE(waitForSolutions(1)) << bench->report();
+    auto const data = solutions().front().frame.data;
+    EXPECT_EQ(0x0000, data[40]);
+    EXPECT_EQ(0x7F80, data[41]);
+}
+
+TEST_F(SolutionRoad, BackFilledSamplesFromBeforeTheStartMakeNoTrouble) {
+    Bench::Options options;
+    options.settings.baud = 921600;
+    options.settings.backFill = true;
+    bench = std::make_unique<Bench>(options);
+    peer = std::make_unique<TopicPeer>(bench->peerOptions());
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_TRUE(peer->publish(bench::clockAt(instant + i * 1'000'000'000LL)));
+    }
+    bench->start();
+    ASSERT_TRUE(bench->waitUntilRunning()) << bench->report();
+    ASSERT_TRUE(peer->waitForReaders(1, 30s)) << bench->report();
+    // What reached the server before it ran is dropped, what came after is stored; either way a
+    // new pair makes its one solution.
+    expectOnlySolution(instant + 100'000'000'000);
+    stop();
+}
+
+TEST_F(SolutionRoad, GoesOnAfterAPeerWasKilled) {
+    connect();
+    peer->process().signal(9);
+    ASSERT_TRUE(peer->process().wait(10s));
+    peer = std::make_unique<TopicPeer>(bench->peerOptions());
+    // The library needs its time to find out that the killed one's shared memory is nobody's.
+    ASSERT_TRUE(peer->waitForReaders(1, 90s)) << bench->report();
+    expectOnlySolution(instant);
+    stop();
+}
+
+}  // namespace
