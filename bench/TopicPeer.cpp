@@ -110,8 +110,8 @@ bool TopicPeer::request(const std::string& text, Duration timeout) {
     }
     std::string failure = "the process does not answer";
     if (process_->writeLine(number + " " + text)) {
-        const std::string ok = "#" + number + " ok";
-        const auto answer = process_->waitForLine("#" + number + " ", timeout);
+        const std::string ok = "answer " + number + " ok";
+        const auto answer = process_->waitForLine("answer " + number + " ", timeout);
         if (answer) {
             failure = *answer == ok ? "" : *answer;
         }

@@ -383,7 +383,7 @@ int run(const Options& options) {
             std::string number;
             words >> number;
             const std::string failure = handle(words, topics, schedule);
-            say("#" + number + (failure.empty() ? " ok" : " failed " + failure));
+            say("answer " + number + (failure.empty() ? " ok" : " failed " + failure));
         }
         schedule.stop();
         // Writers go with the participant, their listeners after it.

@@ -15,8 +15,8 @@ namespace bench {
 ///                                   simulated as the instant UTC (nanoseconds both)
 ///     stop                          ends a run
 ///
-/// Answers: "#<number> ok" or "#<number> failed <why>". The end of the standard input ends the
-/// program. Beside the answers there are these lines:
+/// Answers: "answer <number> ok" or "answer <number> failed <why>". The end of the standard input
+/// ends the program. Beside the answers there are these lines:
 namespace peerProtocol {
 
 /// "ready": the endpoints exist.
