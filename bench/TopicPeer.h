@@ -90,6 +90,7 @@ public:
     std::string lastFailure() const;
 
     ChildProcess& process() { return *process_; }
+    Role role() const { return options_.role; }
 
 private:
     bool request(const std::string& text, Duration timeout);

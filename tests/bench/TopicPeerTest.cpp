@@ -126,11 +126,20 @@ class TopicPeerTest : public testing::Test {
 protected:
     TopicPeerTest() { options.domain = domain.id(); }
 
-    /// Everything that is published after the match must arrive.
-    void expectDelivery() {
-        TopicPeer peer(options);
-        Listener listener(options, false);
-        ASSERT_TRUE(peer.waitForReaders(1, deadline)) << peer.lastFailure();
+    /// Everything that is published after the match must arrive. `attempts` participants are
+    /// tried: Fast RTPS 2.9.1 now and then never finishes the discovery over TCP.
+    void expectDelivery(int attempts = 1) {
+        std::unique_ptr<TopicPeer> process;
+        std::unique_ptr<Listener> listening;
+        do {
+            process.reset();
+            listening.reset();
+            ASSERT_GE(--attempts, 0) << "no match";
+            process = std::make_unique<TopicPeer>(options);
+            listening = std::make_unique<Listener>(options, false);
+        } while (!process->waitForReaders(1, 20s));
+        TopicPeer& peer = *process;
+        Listener& listener = *listening;
         ASSERT_TRUE(peer.run(TopicPeer::Schedule::fromNow(100, 5)));
         ASSERT_TRUE(peer.waitUntilDone(1, deadline));
         const auto published = peer.clockPublications();
@@ -196,7 +205,7 @@ TEST_F(TopicPeerTest, VolatileReaderMissesNothingAfterTheMatchOnUdp) {
 TEST_F(TopicPeerTest, VolatileReaderMissesNothingAfterTheMatchOnTcp) {
     options.serverTransport = "TCP_Server";
     options.port = domain.tcpPort();
-    expectDelivery();
+    expectDelivery(4);
 }
 
 TEST_F(TopicPeerTest, LateReaderIsFilledFromTheHistory) {
