@@ -52,6 +52,7 @@ GpsIo::GpsIo(std::string name, std::string const& portPrefix, unsigned short por
     : name_(std::move(name)),
       portName_(portPrefix + std::to_string(port)),
       serial_(std::move(serial)),
+      writeControl_(std::dynamic_pointer_cast<FACE::IOSS::Serial::Write_Control>(serial_)),
       debug_(debug) {
     parser_.ProcessMessagesWithThis(this, 0);
     parser_.doDebug(debug ? 1 : 0);
@@ -171,13 +172,27 @@ void GpsIo::stop() {
     }
     if (writer_.thread.joinable()) {
         writer_.stop.request();
-        writer_.thread.join();
+        joinWriter();
         writeQueue_.clear();
     }
     if (reader_.thread.joinable()) {
         reader_.stop.request();
         reader_.thread.join();
         parser_.reset();
+    }
+}
+
+/// A line that takes no bytes holds the thread inside the serial service, where it cannot see its
+/// stop flag; the service then has to give the write up.
+void GpsIo::joinWriter() {
+    // A bad handle is no failure here: nothing waits on it.
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    if (writeControl_ != nullptr) {
+        writeControl_->Abandon_Writes(handle_, code);
+    }
+    writer_.thread.join();
+    if (writeControl_ != nullptr) {
+        writeControl_->Resume_Writes(handle_, code);
     }
 }
 

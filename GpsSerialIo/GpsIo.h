@@ -17,6 +17,7 @@
 #include "GpsSerialIo/SyncQueue.h"
 #include "aspn2_msgs/CommandResponse.h"
 #include "face/IoServices.h"
+#include "face/SerialWriteControl.h"
 
 /// One full-duplex GSSIP link to the unit over a serial connection (ICD-GPS-153 framing and
 /// handshake).
@@ -114,6 +115,7 @@ private:
     };
 
     void openConnection();
+    void joinWriter();
     void configProtocolandIMG();
     template <typename Pass>
     void launch(Worker& worker, char const* suffix, char const* function, Pass pass);
@@ -134,6 +136,8 @@ private:
     const std::string name_;
     const std::string portName_;
     const std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial_;
+    // The same service; null when its writes never wait.
+    const std::shared_ptr<FACE::IOSS::Serial::Write_Control> writeControl_;
     const bool debug_;
 
     // Changed by the owner's thread while no worker runs, else only read.
