@@ -398,6 +398,10 @@ struct Qualities {
     eprosima::fastrtps::DurabilityQosPolicyKind readerDurability;
 };
 
+void PrintTo(Qualities const& qualities, std::ostream* out) {
+    *out << "best effort " << qualities.bestEffort << ", back-fill " << qualities.backFill;
+}
+
 class MX_TSSQualities : public MX_TSSTest, public testing::WithParamInterface<Qualities> {};
 
 TEST_P(MX_TSSQualities, AreAnnouncedToOthers) {

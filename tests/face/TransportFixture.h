@@ -48,10 +48,10 @@ public:
         came_.notify_all();
     }
 
-    /// The oldest item; none when the deadline passes first.
-    std::optional<T> take() {
+    /// The oldest item; none when the time passes first.
+    std::optional<T> take(std::chrono::milliseconds timeout = DEADLINE) {
         std::unique_lock<std::mutex> lock(mutex_);
-        if (!came_.wait_for(lock, DEADLINE, [this] { return !items_.empty(); })) {
+        if (!came_.wait_for(lock, timeout, [this] { return !items_.empty(); })) {
             return std::nullopt;
         }
         T item = std::move(items_.front());
