@@ -46,30 +46,40 @@ function(zephon_library name)
     target_link_libraries(zephon_${name} PUBLIC ${ARG_PUBLIC} PRIVATE zephon_options ${ARG_PRIVATE})
 endfunction()
 
-# What the sanitizers are told at run time. The library's own removeParticipant deletes with a
-# size that differs from the allocation's, and its own locks confuse the thread sanitizer;
-# races are never suppressed, so that those of our callbacks show.
-set(ZEPHON_TEST_ENVIRONMENT
-    "ASAN_OPTIONS=new_delete_type_mismatch=0:detect_leaks=1"
-    "UBSAN_OPTIONS=print_stacktrace=1"
-    "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/tsan.supp:second_deadlock_stack=1")
+# What a sanitizer is told at run time. The library's own removeParticipant deletes with a size
+# that differs from the allocation's, and its own locks confuse the thread sanitizer.
+# One variable each: gtest_discover_tests does not carry a list.
+function(zephon_test_environment result suppressions)
+    set(environment "")
+    if(ZEPHON_SANITIZER STREQUAL "asan")
+        set(environment "ASAN_OPTIONS=new_delete_type_mismatch=0:detect_leaks=1")
+    elseif(ZEPHON_SANITIZER STREQUAL "tsan")
+        set(environment "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/${suppressions}:second_deadlock_stack=1")
+    endif()
+    set(${result} "${environment}" PARENT_SCOPE)
+endfunction()
 
-# zephon_add_test(<name> SOURCES ... LIBRARIES ... [TIMEOUT seconds] [DISCOVER] [LABELS ...])
+# zephon_add_test(<name> SOURCES ... LIBRARIES ... [TIMEOUT seconds] [DISCOVER] [LABELS ...]
+#                 [TSAN_SUPPRESSIONS file])
 # One Google Test program. It is one entry of ctest, or with DISCOVER one entry for each test.
 function(zephon_add_test name)
-    cmake_parse_arguments(ARG "DISCOVER" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "DISCOVER" "TIMEOUT;TSAN_SUPPRESSIONS" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
+    if(NOT ARG_TSAN_SUPPRESSIONS)
+        set(ARG_TSAN_SUPPRESSIONS tsan.supp)
+    endif()
+    zephon_test_environment(environment "${ARG_TSAN_SUPPRESSIONS}")
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} zephon_options GTest::gmock GTest::gtest_main)
     if(ARG_DISCOVER)
         gtest_discover_tests(${name}
             DISCOVERY_TIMEOUT 60
-            PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ZEPHON_TEST_ENVIRONMENT}" LABELS "${ARG_LABELS}")
+            PROPERTIES TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${environment}" LABELS "${ARG_LABELS}")
     else()
         add_test(NAME ${name} COMMAND ${name})
         set_tests_properties(${name} PROPERTIES
-            TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ZEPHON_TEST_ENVIRONMENT}" LABELS "${ARG_LABELS}")
+            TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${environment}" LABELS "${ARG_LABELS}")
     endif()
 endfunction()

@@ -2,106 +2,24 @@
 
 #include <string>
 
-#include "bench/Bench.h"
-#include "bench/Simulation.h"
-#include "bench/SolutionFrame.h"
-#include "bench/SolutionLedger.h"
-#include "gmock/gmock.h"
+#include "tests/system/SolutionRoadFixture.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using bench::Bench;
 using bench::PntRecord;
-using bench::SolutionFrame;
 using bench::TopicPeer;
 using bench::UtcRecord;
 using testing::IsEmpty;
 
 constexpr std::int64_t instant = 1'790'000'000'000'000'000;  // Unix time, nanoseconds
 
-/// Everything up and matched: server, units and one peer that is clock and navigator.
-class SolutionRoad : public testing::Test {
-protected:
-    void connect(std::string const& transport = "SHM", bool bestEffort = false,
-                 bool backFill = false) {
-        Bench::Options options;
-        options.settings.transport = transport;
-        options.settings.bestEffort = bestEffort;
-        options.settings.backFill = backFill;
-        options.settings.baud = 921600;
-        bench = std::make_unique<Bench>(options);
-        bench->start();
-        ASSERT_TRUE(bench->waitUntilRunning()) << bench->report();
-        peer = std::make_unique<TopicPeer>(bench->peerOptions());
-        ASSERT_TRUE(peer->waitForReaders(1, 30s)) << peer->lastFailure() << bench->report();
-    }
-
-    bool waitForSolutions(std::size_t count) {
-        return bench->unit(1).waitForFrames(SolutionFrame::id, count, 20s);
-    }
-    std::vector<bench::LoggedFrame> solutions() { return bench->unit(1).frames(SolutionFrame::id); }
-
-    /// A pair that matches comes last: whatever was published before it has then been decided.
-    void expectOnlySolution(std::int64_t at) {
-        UtcRecord const utc = bench::clockAt(at);
-        PntRecord const pnt = bench::navigatorAt(at);
-        ASSERT_TRUE(peer->publish(utc));
-        ASSERT_TRUE(peer->publish(pnt));
-        ASSERT_TRUE(waitForSolutions(1)) << bench->report();
-        EXPECT_THAT(bench::solutionDefects(solutions().front().frame, utc, pnt), IsEmpty());
-        EXPECT_EQ(1U, solutions().size());
-    }
-
-    void stop() {
-        const auto exit = bench->stop();
-        ASSERT_TRUE(exit && exit->ok()) << bench->report();
-    }
-
-    std::unique_ptr<Bench> bench;
-    std::unique_ptr<TopicPeer> peer;
-};
-
-struct Way {
-    char const* transport;
-    bool bestEffort;
-    bool backFill;
-};
-
-class EveryTransport : public SolutionRoad, public testing::WithParamInterface<Way> {};
-
-TEST_P(EveryTransport, CarriesEveryPairToTheLineByteForByte) {
-    constexpr std::size_t pairs = 50;
-    connect(GetParam().transport, GetParam().bestEffort, GetParam().backFill);
-    ASSERT_TRUE(peer->run(TopicPeer::Schedule::fromNow(50, pairs)));
-    ASSERT_TRUE(peer->waitUntilDone(1, 30s));
-    ASSERT_TRUE(waitForSolutions(pairs)) << bench->report();
-
-    const auto utc = peer->clockPublications();
-    const auto pnt = peer->navigatorPublications();
-    const auto frames = solutions();
-    ASSERT_EQ(pairs, frames.size());
-    ASSERT_EQ(pairs, utc.size());
-    ASSERT_EQ(pairs, pnt.size());
-    for (std::size_t i = 0; i < pairs; ++i) {
-        EXPECT_THAT(bench::solutionDefects(frames[i].frame, utc[i].record, pnt[i].record),
-                    IsEmpty())
-            << i;
-    }
-    EXPECT_EQ(0U, bench->unit(1).statistics().line.checksumErrors());
-    stop();
-}
-
 INSTANTIATE_TEST_SUITE_P(SolutionRoad, EveryTransport,
                          testing::Values(Way{"SHM", false, false}, Way{"SHM", true, false},
                                          Way{"SHM", false, true}, Way{"UDP", false, false},
-                                         Way{"UDP", true, true}, Way{"TCP_Server", false, false},
-                                         Way{"TCP_Client", false, true}),
-                         [](auto const& parameter) {
-                             return std::string(parameter.param.transport) +
-                                    (parameter.param.bestEffort ? "_BestEffort" : "_Reliable") +
-                                    (parameter.param.backFill ? "_BackFill" : "");
-                         });
+                                         Way{"UDP", true, true}),
+                         nameOfWay);
 
 TEST_F(SolutionRoad, ClockAndNavigatorMayBeProcessesOfTheirOwn) {
     constexpr std::size_t pairs = 30;
@@ -117,18 +35,7 @@ TEST_F(SolutionRoad, ClockAndNavigatorMayBeProcessesOfTheirOwn) {
     const auto schedule = TopicPeer::Schedule::fromNow(20, pairs, 500ms);
     ASSERT_TRUE(clock.run(schedule));
     ASSERT_TRUE(navigator.run(schedule));
-    ASSERT_TRUE(waitForSolutions(pairs)) << bench->report();
-    ASSERT_TRUE(clock.waitUntilDone(1, 20s));
-    ASSERT_TRUE(navigator.waitUntilDone(1, 20s));
-    const auto utc = clock.clockPublications();
-    const auto pnt = navigator.navigatorPublications();
-    const auto frames = solutions();
-    ASSERT_EQ(pairs, frames.size());
-    for (std::size_t i = 0; i < pairs; ++i) {
-        EXPECT_THAT(bench::solutionDefects(frames[i].frame, utc[i].record, pnt[i].record),
-                    IsEmpty())
-            << i;
-    }
+    expectEveryPair(clock, navigator, pairs);
     stop();
 }
 
