@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include <fastrtps/Domain.h>
 #include <fastrtps/attributes/PublisherAttributes.h>

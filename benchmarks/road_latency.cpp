@@ -101,7 +101,7 @@ void print(Row const& row) {
     };
     fmt::print("  {:<24}{:>10.2f}{:>10.2f}{:>10.2f}{:>12.2f}\n", "ratio", row.ratio50(),
                row.ratio99(), row.server.all.max / row.floor.all.max, row.ratioBlock99());
-    fmt::print("  {:<24}{:>10}{:>10}\n\n", "aim", verdict(row.ratio50(), targetP50),
+    fmt::print("  {:<22}{:>12}{:>12}\n\n", "aim", verdict(row.ratio50(), targetP50),
                verdict(row.ratio99(), targetP99));
     std::fflush(stdout);
 }

@@ -109,10 +109,35 @@ void startLoad(bench::TopicPeer& peer, Options const& options) {
     }
 }
 
+/// The longest time between two publications. A peer that was held up catches up at once, and
+/// such a burst may overrun the queue of a line.
+class PublicationPace {
+public:
+    /// On the peer's draining thread.
+    void note(Clock::time_point at) {
+        if (last_ != Clock::time_point{}) {
+            longest_ = std::max(longest_, at - last_);
+        }
+        last_ = at;
+    }
+
+    /// Once the peer has told that its run is done.
+    std::int64_t longestMilliseconds() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(longest_).count();
+    }
+
+private:
+    Clock::time_point last_;
+    Clock::duration longest_{0};
+};
+
 void run(Options const& options) {
     auto const server = startServer(options.server, options.road);
     FloorProcess floor("memory_floor", options.road, {});
-    auto const serverPeer = startPeer(server->peerOptions());
+    PublicationPace pace;
+    auto peerOptions = server->peerOptions();
+    peerOptions.onNavigator = [&pace](auto const& publication) { pace.note(publication.at); };
+    auto const serverPeer = startPeer(peerOptions);
     auto const floorPeer = startPeer(floor.peerOptions());
     std::this_thread::sleep_for(settleTime);
 
@@ -152,6 +177,7 @@ void run(Options const& options) {
         }
         fmt::print("{}\n", nlohmann::json{{"rate_hz", options.rate},
                                           {"pairs", sent},
+                                          {"longest_pause_ms", pace.longestMilliseconds()},
                                           {"frames", frames},
                                           {"samples", list},
                                           {"growth",
@@ -167,7 +193,8 @@ void run(Options const& options) {
     };
     std::int64_t const atRest = difference(samples.front());
     std::int64_t const loaded = difference(samples.back());
-    fmt::print("\n{} pairs published, {} frames on the line\n", sent, frames);
+    fmt::print("\n{} pairs published, at most {} ms apart; {} frames on the line\n", sent,
+               pace.longestMilliseconds(), frames);
     fmt::print("server above floor, at rest:    {:>6} KiB, aim {} {}\n", atRest, targetDifference,
                verdict(atRest));
     fmt::print("server above floor, under load: {:>6} KiB, aim {} {}\n", loaded, targetDifference,
