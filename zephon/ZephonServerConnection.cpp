@@ -6,8 +6,6 @@
 #include "zephon/BuildInfo.h"
 #include "zephon/ZephonServer.h"
 
-namespace idl = aspn2_msgs::idl;
-
 namespace {
 
 // Messages that get no response from the unit.

@@ -63,6 +63,10 @@ struct Place {
     char const* key;
 };
 
+void PrintTo(Place const& place, std::ostream* out) {
+    *out << place.container << " " << place.key;
+}
+
 class MissingKey : public ConfigurationFailure, public testing::WithParamInterface<Place> {};
 
 TEST_P(MissingKey, EndsConfigureAndNamesTheKey) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "bench/Bench.h"
@@ -90,6 +91,10 @@ struct Way {
     bool bestEffort;
     bool backFill;
 };
+
+inline void PrintTo(Way const& way, std::ostream* out) {
+    *out << way.transport;
+}
 
 inline std::string nameOfWay(testing::TestParamInfo<Way> const& way) {
     return std::string(way.param.transport) + (way.param.bestEffort ? "_BestEffort" : "_Reliable") +
