@@ -11,6 +11,7 @@
 
 #include "GpsSerialIo/GssipFrame.h"
 #include "messages/TrevoMessages.h"
+#include "platform/WatchdogTimer.h"
 
 using namespace std::chrono_literals;
 using ReturnCode = FACE::RETURN_CODE_TYPE;
@@ -26,6 +27,8 @@ constexpr unsigned int flushReads = 1000;
 constexpr std::chrono::nanoseconds flushDuration = 1s;
 constexpr std::chrono::nanoseconds pauseDuration = 100ms;
 constexpr std::chrono::nanoseconds unitChangesRate = 1500ms;
+// Only a line that stands still keeps the driver from taking one frame for so long.
+constexpr std::chrono::nanoseconds ownersWriteDuration = 2s;
 
 std::uint16_t wordAt(unsigned char const* frame, std::size_t word) {
     return static_cast<std::uint16_t>(frame[2 * word] | frame[2 * word + 1] << 8);
@@ -44,6 +47,36 @@ bool isQuiet(ReturnCode::Value code) {
 char const* textOf(FACE::String const& text) {
     return text.is_valid() ? text.buffer() : "";
 }
+
+/// While it lives, the writes of one connection wait for the line no longer than `duration` from
+/// its beginning. For a thread that nobody stops and joins.
+class WriteLimit {
+public:
+    WriteLimit(FACE::IOSS::Serial::Write_Control* control, long long handle,
+               std::chrono::nanoseconds duration)
+        : control_(control), handle_(handle) {
+        if (control_ != nullptr) {
+            timer_.startWatchdog(duration, [this] {
+                ReturnCode::Value ignored = ReturnCode::NO_ERROR;
+                control_->Abandon_Writes(handle_, ignored);
+            });
+        }
+    }
+    ~WriteLimit() {
+        if (control_ != nullptr) {
+            timer_.cancelWatchdog();
+            ReturnCode::Value ignored = ReturnCode::NO_ERROR;
+            control_->Resume_Writes(handle_, ignored);
+        }
+    }
+    WriteLimit(WriteLimit const&) = delete;
+    WriteLimit& operator=(WriteLimit const&) = delete;
+
+private:
+    FACE::IOSS::Serial::Write_Control* const control_;
+    long long const handle_;
+    WatchdogTimer timer_;  // its thread only reads the two above
+};
 
 }  // namespace
 
@@ -82,7 +115,10 @@ void GpsIo::configure(int baud, unsigned short parity) {
     TrevocomPortSetup setup;
     setup.setBaud(toSerialBaudCode(baud), knownParity);
     setup.setPort(0);
-    setup.WriteMessage(this);
+    {
+        const WriteLimit limit(writeControl_.get(), handle_, ownersWriteDuration);
+        setup.WriteMessage(this);
+    }
     std::this_thread::sleep_for(unitChangesRate);
 
     IO_PARAMETER_TRANSACTION_TYPE transaction;

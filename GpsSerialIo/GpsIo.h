@@ -70,7 +70,8 @@ public:
     /// connection parameters".
     void configure();
     /// Tells the unit at the present rate to change to `baud` bit/s and `parity` (0 none,
-    /// 1 odd, 2 even), gives it 1.5 s, then changes the port. Raises as `configure()`, and
+    /// 1 odd, 2 even), gives it 1.5 s, then changes the port. A line that takes no bytes for 2 s
+    /// counts as a write error, and the port is changed all the same. Raises as `configure()`, and
     /// "Unable to configure I/O parameters for baud rate and parity".
     void configure(int baud, unsigned short parity);
 

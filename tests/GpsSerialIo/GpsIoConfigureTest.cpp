@@ -215,6 +215,38 @@ TEST_F(GpsIoConfigure, TellsTheUnitAtTheOldRateAndThenChangesThePort) {
     EXPECT_TRUE(acknowledges(marker)) << "at the new rate";
 }
 
+TEST_F(GpsIoConfigure, GivesUpTellingTheUnitOnALineThatTakesNoBytesAndChangesThePort) {
+    construct({9600});
+    link->configure();
+    blockLine();
+    auto const begin = Clock::now();
+    link->configure(115200, 0);
+    EXPECT_LT(Clock::now() - begin, 2s + 1500ms + patience);
+    EXPECT_EQ(output.count("Link one: WriteBytes() GSSIP WRITE ERROR (1), msgid = 5331, "
+                           "wdcnt = 50, flagWord = 0x9000\n"),
+              1U)
+        << output.text();
+    EXPECT_EQ(link->counters().writeErrors, 1U);
+    EXPECT_EQ(lineSpeed(), static_cast<speed_t>(B115200));
+}
+
+TEST_F(GpsIoConfigure, WritesWaitAgainAfterOneWasGivenUp) {
+    construct({9600, 0, true});
+    link->configure();
+    blockLine();
+    link->configure(patient, 0);
+    link->addToNoHandshakeList(unanswered);
+    blockLine();
+    link->start();
+    ASSERT_TRUE(queue(makeMessage(unanswered, 240, 0x8000)));
+    ASSERT_TRUE(output.waitFor("T:Header:  81FF 3ACA"));
+    // A write that does not wait fails before this.
+    std::this_thread::sleep_for(300ms);
+    unit.resumeReading();
+    EXPECT_TRUE(unit.waitForFrames(unanswered, 1, patience)) << unit.describe();
+    EXPECT_EQ(link->counters().writeErrors, 1U) << "the port setup alone";
+}
+
 TEST_F(GpsIoConfigure, RaisesWhenThePortDoesNotTakeTheNewRate) {
     construct({19200});
     auto done = std::async(std::launch::async,

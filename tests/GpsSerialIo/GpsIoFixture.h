@@ -4,12 +4,14 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
+#include <fcntl.h>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -18,6 +20,7 @@
 #include "GpsSerialIo/GpsIo.h"
 #include "bench/DeviceRoot.h"
 #include "bench/ExampleConfiguration.h"
+#include "bench/FileDescriptor.h"
 #include "bench/TemporaryFolder.h"
 #include "bench/UnitModel.h"
 #include "face/MX_Config.h"
@@ -222,6 +225,31 @@ protected:
         std::size_t const before = unit.frames(id).size();
         unit.send(makeFrame(id));
         return unit.waitForFrames(id, before + 1, patience);
+    }
+
+    /// Fills the line up to the last byte that it takes, as a peer that does not read does.
+    void blockLine() {
+        unit.stopReading();
+        // The byte has left the unit only when it knows that it reads no longer.
+        unit.sendBytes({0});
+        ASSERT_TRUE(unit.waitUntilSent(patience));
+        bench::FileDescriptor const slave(
+            ::open(unit.devicePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+        // A full line makes room once more when the system hands a part to the reader's side,
+        // and tells nobody of it: full is a line that takes nothing for 200 ms.
+        auto const end = Clock::now() + patience;
+        for (int quietRounds = 0; quietRounds < 4; ++quietRounds) {
+            ASSERT_LT(Clock::now(), end) << "the line never gets full";
+            std::this_thread::sleep_for(50ms);
+            for (std::size_t size = 1024; size > 0;) {
+                Bytes const piece(size, 0);
+                if (::write(slave.get(), piece.data(), piece.size()) > 0) {
+                    quietRounds = 0;
+                } else {
+                    size /= 2;
+                }
+            }
+        }
     }
 
     std::chrono::milliseconds timeToStop() {

@@ -1,7 +1,5 @@
-#include <fcntl.h>
 #include <sys/resource.h>
 
-#include "bench/FileDescriptor.h"
 #include "tests/GpsSerialIo/GpsIoFixture.h"
 
 namespace gps_io_test {
@@ -10,31 +8,6 @@ namespace {
 /// Starting and stopping, and that stopping takes no longer than the threads' polls.
 class GpsIoStop : public GpsIoFixture {
 protected:
-    /// Fills the line up to the last byte that it takes, as a peer that does not read does.
-    void blockLine() {
-        unit.stopReading();
-        // The byte has left the unit only when it knows that it reads no longer.
-        unit.sendBytes({0});
-        ASSERT_TRUE(unit.waitUntilSent(patience));
-        bench::FileDescriptor const slave(
-            ::open(unit.devicePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-        // A full line makes room once more when the system hands a part to the reader's side,
-        // and tells nobody of it: full is a line that takes nothing for 200 ms.
-        auto const end = Clock::now() + patience;
-        for (int quietRounds = 0; quietRounds < 4; ++quietRounds) {
-            ASSERT_LT(Clock::now(), end) << "the line never gets full";
-            std::this_thread::sleep_for(50ms);
-            for (std::size_t size = 1024; size > 0;) {
-                Bytes const piece(size, 0);
-                if (::write(slave.get(), piece.data(), piece.size()) > 0) {
-                    quietRounds = 0;
-                } else {
-                    size /= 2;
-                }
-            }
-        }
-    }
-
     void silence(std::uint16_t id) {
         bench::Reaction reaction;
         reaction.policy = Policy::Silence;
