@@ -18,10 +18,13 @@ class LinkTable {
 public:
     static constexpr unsigned short count = 3;
 
-    /// `number` from 1 to `count`.
+    /// `number` from 1 to `count`. A link that had the number is stopped and destroyed.
     void create(unsigned short number, std::unique_ptr<GpsIo> link) EXCLUDES(mutex_) {
-        const platform::MutexLock lock(mutex_);
-        links_[number - 1U] = std::move(link);
+        {
+            const platform::MutexLock lock(mutex_);
+            links_[number - 1U].swap(link);
+        }
+        link.reset();  // joins threads whose callbacks may send: not under the mutex
     }
 
     /// The link, or null before it is created. For the owner's thread, which alone changes it.
