@@ -1,10 +1,13 @@
+#include <array>
 #include <atomic>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <thread>
 
 #include "bench/Bench.h"
 #include "gmock/gmock.h"
+#include "tests/GpsSerialIo/OutputCapture.h"
 #include "zephon/ZephonServer.h"
 
 namespace {
@@ -17,6 +20,22 @@ using ReportedState = ZephonServer::ReportedState;
 
 constexpr std::uint16_t solution = 15050;
 constexpr std::uint16_t startedCommand = 27530;
+
+// Written down a second time on purpose: the server's own lists are what is tested.
+constexpr std::array<std::uint16_t, 32> noHandshakeIds{
+    15054, 5044,  5047,  5048,  5406,  8040, 8080, 8504, 15050, 15051, 27530,
+    27531, 15052, 15053, 27552, 30000, 5101, 5103, 5104, 5120,  5121,  5122,
+    5123,  5124,  5125,  5126,  5127,  5128, 5134, 5135, 5401,  8015};
+constexpr std::array<std::uint16_t, 11> ignoreAckRequestIds{
+    8504, 15050, 15052, 30000, 27535, 27536, 27533, 27534, 27532, 27530, 27531};
+
+std::shared_ptr<GssipMessage> headerOnly(std::uint16_t id) {
+    auto message = std::make_shared<Generic_MSID_Msg>();
+    message->header[1] = message->msgId = id;
+    message->header[3] = FLAG_LINK_READY;
+    message->set_gpsip_wdcnt(0);
+    return message;
+}
 
 /// A server in this process, on the bench's devices.
 class ZephonServerTest : public testing::Test {
@@ -203,6 +222,126 @@ TEST_F(ZephonServerTest, ReadsTheSourceFromTheThirdByteOfTheDeviceId) {
     server->cbUtcTime(utc);
     server->cbMxPnt(pnt);
     EXPECT_TRUE(bench.unit(1).waitForFrames(solution, 1, 10s)) << bench.report();
+}
+
+TEST_F(ZephonServerTest, MakesOneOutputOfTwoSidesThatRace) {
+    connectAll();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    constexpr std::size_t pairs = 50;
+    for (std::size_t pair = 1; pair <= pairs; ++pair) {
+        const auto second = static_cast<std::int64_t>(pair);
+        idl::UTCTime utc;
+        utc.header().device_id(36 << 16);
+        utc.header().timestamp_valid().sec(second);
+        idl::MeridanePNT pnt;
+        pnt.header().device_id(96 << 16);
+        pnt.header().timestamp_valid().sec(second);
+        auto clock = std::async(std::launch::async, [&] { server->cbUtcTime(utc); });
+        server->cbMxPnt(pnt);
+        clock.get();
+        ASSERT_TRUE(bench.unit(1).waitForFrames(solution, pair, 10s)) << bench.report();
+    }
+    server->sendToAllEmulators(headerOnly(15051));
+    ASSERT_TRUE(bench.unit(1).waitForFrames(15051, 1, 10s)) << bench.report();
+    EXPECT_EQ(pairs, bench.unit(1).frames(solution).size());
+}
+
+TEST_F(ZephonServerTest, WaitsForNoResponseToTheListedMessages) {
+    OutputCapture output;
+    connectAll();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    ASSERT_TRUE(bench.unit(3).waitForFrames(startedCommand, 1, 10s)) << bench.report();
+    for (auto const id : noHandshakeIds) {
+        server->sendToAllEmulators(headerOnly(id));
+        server->sendToPntdBitPort(headerOnly(id));
+        for (const unsigned link : {1U, 3U}) {
+            const std::size_t count = link == 3 && id == startedCommand ? 2 : 1;
+            ASSERT_TRUE(bench.unit(link).waitForFrames(id, count, 10s)) << id << bench.report();
+        }
+    }
+    constexpr std::uint16_t other = 5102;
+    bench.unit(1).setReaction(other, {bench::Policy::Silence});
+    server->sendToAllEmulators(headerOnly(other));
+    EXPECT_TRUE(output.waitFor("PROTOCOL TIMEOUT (2nd) Zephon1 (5102) (1)\n")) << output.text();
+    EXPECT_EQ(2U, output.count("PROTOCOL TIMEOUT")) << output.text();
+}
+
+TEST_F(ZephonServerTest, LeavesTheAckRequestsOfListedMessagesUnansweredOnEveryLink) {
+    connectAll();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    constexpr std::uint16_t other = 27529;
+    const std::uint16_t wanted = bench::UnitFrame::linkReady | bench::UnitFrame::ackRequest;
+    const auto isAck = [](bench::LoggedFrame const& logged) {
+        return logged.frame.has(bench::UnitFrame::ack);
+    };
+    for (unsigned link = 1; link <= bench::Bench::links; ++link) {
+        auto& unit = bench.unit(link);
+        for (auto const id : ignoreAckRequestIds) {
+            unit.send({id, wanted, {1}});
+        }
+        unit.send({other, wanted, {1}});
+        ASSERT_TRUE(unit.waitForFrames(1, 10s, isAck)) << bench.report();
+        const auto frames = unit.frames();
+        const auto first = std::find_if(frames.begin(), frames.end(), isAck);
+        EXPECT_EQ(other, first->frame.id) << "link " << link;
+    }
+}
+
+TEST_F(ZephonServerTest, SendsOnLevelOne) {
+    OutputCapture output;
+    bench.configuration().set("ZephonServer", "Debug", "true");
+    connectAll();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    server->sendToAllEmulators(headerOnly(15051));
+    server->sendToPntdBitPort(headerOnly(15051));
+    for (const unsigned link : {1U, 3U}) {
+        ASSERT_TRUE(bench.unit(link).waitForFrames(15051, 1, 10s)) << bench.report();
+    }
+    EXPECT_EQ(0U, output.count("Popped DT message")) << "told of level 0 alone";
+}
+
+TEST_F(ZephonServerTest, LosesSilentlyWhatALinkDoesNotTake) {
+    OutputCapture output;
+    connectAll();
+    const std::string before = output.text();
+    for (int i = 0; i < 600; ++i) {
+        server->sendToAllEmulators(headerOnly(15051));
+        server->sendToPntdBitPort(headerOnly(15051));
+    }
+    EXPECT_EQ(before, output.text());
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    EXPECT_TRUE(bench.unit(1).waitForFrames(15051, 1, 10s)) << bench.report();
+    EXPECT_TRUE(bench.unit(3).waitForFrames(15051, 1, 10s)) << bench.report();
+}
+
+TEST_F(ZephonServerTest, TellsPositionsAndEventsWithDebugOnWhileItRuns) {
+    OutputCapture output;
+    bench.configuration().set("ZephonServer", "Debug", "true");
+    connectAll();
+    idl::EventLog event;
+    event.eventlog("a text");
+    const auto receive = [&] {
+        server->cbPosVel({});
+        server->cbEventLog(event);
+    };
+    receive();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    EXPECT_EQ(0U, output.count("Recvd")) << output.text();
+    receive();
+    EXPECT_EQ(1U, output.count("Recvd PosVel\n")) << output.text();
+    EXPECT_EQ(1U, output.count("Recvd EventLog: a text\n")) << output.text();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
+    receive();
+    EXPECT_EQ(2U, output.count("Recvd")) << output.text();
+}
+
+TEST_F(ZephonServerTest, TellsNothingOfRecordsWithDebugOff) {
+    OutputCapture output;
+    connectAll();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    server->cbPosVel({});
+    server->cbEventLog({});
+    EXPECT_EQ(0U, output.count("Recvd")) << output.text();
 }
 
 TEST_F(ZephonServerTest, IsDestroyedInOrderWhileItRuns) {
