@@ -103,6 +103,15 @@ TEST_F(ConfigurationFailure, NamesEveryMissingKeyInOneRun) {
     }
 }
 
+TEST_F(ConfigurationFailure, LeavesPriorityAndProcessorAloneWhenAKeyIsMissing) {
+    bench.configuration().set("ZephonServer", "PRI", "10");
+    bench.configuration().set("ZephonServer", "CPU", "1");
+    bench.configuration().omit("ZephonServer", "PARAM_6");
+    expectEnd("Configure()");
+    EXPECT_THAT(output, Not(HasSubstr("realtime process priority")));
+    EXPECT_THAT(output, Not(HasSubstr("Affinity")));
+}
+
 class MissingContainer : public ConfigurationFailure,
                          public testing::WithParamInterface<char const*> {};
 
@@ -302,6 +311,13 @@ TEST_F(Priority, IsToldWithItsSuccessWhenDebugIsOn) {
     const std::string prefix = startGranted() ? "Successfully set " : "FAILED to set ";
     EXPECT_THAT(output,
                 HasSubstr("\n" + prefix + "ZephonServer realtime process priority to 10\n"));
+}
+
+TEST_F(Priority, DoesNotDecideAboutTheProcessor) {
+    bench.configuration().set("ZephonServer", "PRI", "10");
+    bench.configuration().set("ZephonServer", "CPU", "1");
+    startGranted();
+    EXPECT_THAT(output, HasSubstr("Has CPU Affinity for CPU0\n"));
 }
 
 TEST_F(Priority, IsCutToItsLowByteButToldWhole) {

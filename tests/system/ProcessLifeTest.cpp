@@ -149,7 +149,7 @@ TEST(ProcessLife, TellsItsPartNumberAndBuildAtTheConnection) {
     ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
     const std::string output = bench.server().standardOutput();
     EXPECT_THAT(output, HasSubstr("\nZephonServer XPN: 074-8125-600B  "));
-    EXPECT_THAT(output, HasSubstr("//aspn://CORVANE/ZephonServer:2"));
+    EXPECT_THAT(output, HasSubstr("//aspn://CORVANE/ZephonServer:" ZEPHON_BUILD_STAMP "/\n"));
     EXPECT_THAT(output, HasSubstr("\nZephonServer started successfully.\n"));
 }
 
