@@ -1,4 +1,8 @@
+#include <atomic>
 #include <chrono>
+#include <csignal>
+#include <pthread.h>
+#include <thread>
 
 #include "gtest/gtest.h"
 #include "zephon/LifeCycleCalls.h"
@@ -53,6 +57,34 @@ TEST_F(LifeCycleCalls, SleepsThePollTimeBetweenTwoTries) {
         },
         code);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(60));
+}
+
+extern "C" void ignoreSignal(int) {}
+
+TEST_F(LifeCycleCalls, GoesOnSleepingAfterAnInterruption) {
+    struct sigaction action {};
+    action.sa_handler = ignoreSignal;
+    ASSERT_EQ(0, ::sigaction(SIGUSR1, &action, nullptr));
+    std::atomic<bool> done{false};
+    std::thread interrupter([&done, sleeper = ::pthread_self()] {
+        while (!done) {
+            ::pthread_kill(sleeper, SIGUSR1);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    transactionPollMs = 100;
+    bool again = false;
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    const auto begin = std::chrono::steady_clock::now();
+    callOnceTransactionally(
+        [&](ReturnCode::Value& rc) {
+            rc = again ? ReturnCode::NO_ERROR : ReturnCode::IN_PROGRESS;
+            again = true;
+        },
+        code);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
+    done = true;
+    interrupter.join();
 }
 
 TEST_F(LifeCycleCalls, RaisesOnAnEmptyFunction) {
