@@ -8,6 +8,8 @@
 #include "bench/Bench.h"
 #include "gmock/gmock.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
+#include "tests/face/RawReader.h"
+#include "tests/face/RawWriter.h"
 #include "zephon/ZephonServer.h"
 
 namespace {
@@ -151,6 +153,55 @@ TEST_F(ZephonServerTest, DisconnectsTwice) {
     connectAll();
     EXPECT_EQ(ReturnCode::NO_ERROR, disconnect());
     EXPECT_EQ(ReturnCode::NO_ERROR, disconnect());
+}
+
+/// Waits until each of these peers sees so many endpoints of the server.
+template <class Peer>
+bool allMatch(std::vector<std::unique_ptr<Peer>> const& peers, std::uint32_t count) {
+    const auto end = std::chrono::steady_clock::now() + 20s;
+    for (auto const& peer : peers) {
+        while (peer->matched() != count) {
+            if (std::chrono::steady_clock::now() > end) {
+                return false;
+            }
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+    return true;
+}
+
+TEST_F(ZephonServerTest, CanWriteCommandAndResponseFromConnectToDisconnect) {
+    bench.configuration().set("FastRtps", "UseTransport", "UDP");  // as the readers have it
+    connectAll();
+    std::vector<std::unique_ptr<RawReader>> readers;
+    for (char const* topic : {"Command", "Response"}) {
+        readers.push_back(std::make_unique<RawReader>(bench.settings().domain, topic,
+                                                      "aspn2_msgs::idl::CommandResponse"));
+    }
+    EXPECT_TRUE(allMatch(readers, 1));
+    EXPECT_EQ(ReturnCode::NO_ERROR, disconnect());
+    EXPECT_TRUE(allMatch(readers, 0));
+}
+
+TEST_F(ZephonServerTest, ReadsItsTopicsFromConnectToDisconnect) {
+    bench.configuration().set("FastRtps", "UseTransport", "UDP");  // as the writers have it
+    connectAll();
+    struct Topic {
+        char const* name;
+        char const* type;
+    };
+    std::vector<std::unique_ptr<RawWriter>> writers;
+    for (Topic const& topic :
+         {Topic{"Command", "CommandResponse"}, Topic{"Response", "CommandResponse"},
+          Topic{"EventLog", "EventLog"}, Topic{"GPSTime", "GPSTime"},
+          Topic{"MeridanePNT", "MeridanePNT"}, Topic{"PositionVelocity", "PositionVelocity"},
+          Topic{"UTCTime", "UTCTime"}, Topic{"BitReport", "BitReport"}}) {
+        writers.push_back(std::make_unique<RawWriter>(
+            bench.settings().domain, topic.name, std::string("aspn2_msgs::idl::") + topic.type));
+    }
+    EXPECT_TRUE(allMatch(writers, 1));
+    EXPECT_EQ(ReturnCode::NO_ERROR, disconnect());
+    EXPECT_TRUE(allMatch(writers, 0));
 }
 
 TEST_F(ZephonServerTest, IsSafeAfterAConnectThatFailedAtTheTopics) {
