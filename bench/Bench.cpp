@@ -46,7 +46,7 @@ Bench::Bench(Options options) : options_(std::move(options)), devices_(folder_.p
     // Whoever had the domain before may have been killed.
     removeDomainPorts(static_cast<int>(domain_.id()));
     options_.settings = complete(options_.settings, domain_);
-    configuration_ = ExampleConfiguration(options_.settings);
+    configuration_ = ExampleConfiguration(options_.settings, options_.example);
     for (unsigned link = 1; link <= links; ++link) {
         units_.at(link - 1) = std::make_unique<UnitModel>(options_.units.at(link - 1));
         devices_.linkSerial(options_.settings.channels.at(link - 1), unit(link).devicePath());

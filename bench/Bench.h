@@ -37,6 +37,7 @@ public:
 
     struct Options {
         std::filesystem::path server = programFolder() / "ZephonServer";
+        std::filesystem::path example = ExampleConfiguration::installedFolder();  ///< changed by:
         ExampleConfiguration::Settings settings;  ///< domain, and port unless given, are set here
         std::array<UnitModel::Options, links> units;
         std::map<std::string, std::string> environment;           ///< added to the server's

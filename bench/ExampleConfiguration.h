@@ -3,17 +3,21 @@
 #include <array>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
-#include <utility>
-#include <vector>
+
+namespace tinyxml2 {
+class XMLDocument;
+}  // namespace tinyxml2
 
 namespace bench {
 
-/// A complete, working configuration of the server: the file that its command line names, and the
-/// three files that this one names. Tests change, omit or break single entries before it is
-/// written. One thread.
+/// The example configuration that is shipped with the server, fitted to the bench: the file that
+/// the server's command line names, and the four files that this one names. Tests change, omit or
+/// break single entries before it is written. One thread; can be moved, not copied.
 class ExampleConfiguration {
 public:
+    /// What differs from the shipped files.
     struct Settings {
         unsigned domain = 0;
         std::string transport = "SHM";  ///< "SHM", "UDP", "TCP_Client" or "TCP_Server"
@@ -28,13 +32,26 @@ public:
         int baud = 115200;
         int parity = 0;                             ///< 0 none, 1 odd, 2 even
         std::array<unsigned, 3> channels{1, 2, 3};  ///< ttyS numbers of links 1, 2 and 3
-        unsigned serverConfigurations = 2;          ///< entries of "Server_Configuration"
     };
 
-    enum class File { TopLevel, Connections, IoDevices, StoredSettings };
+    enum class File { TopLevel, Connections, IoDevices, StoredSettings, Versions };
+
+    static constexpr std::array<File, 5> allFiles{
+        File::TopLevel, File::Connections, File::IoDevices, File::StoredSettings, File::Versions};
 
     ExampleConfiguration();
-    explicit ExampleConfiguration(const Settings& settings);
+
+    /// Loads the five files of `source`. Raises std::runtime_error when one cannot be read, and
+    /// std::out_of_range when one lacks what the settings change.
+    explicit ExampleConfiguration(const Settings& settings,
+                                  const std::filesystem::path& source = installedFolder());
+    ~ExampleConfiguration();
+    ExampleConfiguration(ExampleConfiguration&& other) noexcept;
+    ExampleConfiguration& operator=(ExampleConfiguration&& other) noexcept;
+
+    /// Where the shipped files stand, seen from the running program: the same place in the build
+    /// folder and where the project is installed.
+    static std::filesystem::path installedFolder();
 
     /// Gives a key another text. Raises std::out_of_range when the container has no such key.
     /// A container is named by its "Name", or by its element's name, which then means all of them.
@@ -53,26 +70,16 @@ public:
     void omit(File file);
 
     /// Writes the files into `folder`, which must exist, and returns the path of the top-level
-    /// one. Raises std::system_error.
+    /// one. Comments stay; relative names of files become paths in `folder`. Raises
+    /// std::system_error.
     std::filesystem::path write(const std::filesystem::path& folder) const;
 
     static std::string fileName(File file);
 
 private:
-    struct Container {
-        std::string tag;
-        std::string name;
-        std::vector<std::pair<std::string, std::string>> parameters;
+    std::string textOf(File file, const std::filesystem::path& folder) const;
 
-        bool isNamed(const std::string& text) const { return name == text || tag == text; }
-    };
-
-    template <class Change>
-    void forEachKey(const std::string& container, const std::string& key, Change change);
-    static std::string fileText(const std::vector<Container>& containers,
-                                const std::filesystem::path& folder);
-
-    std::map<File, std::vector<Container>> files_;
+    std::map<File, std::unique_ptr<tinyxml2::XMLDocument>> files_;
     std::map<File, std::string> replaced_;
 };
 

@@ -255,7 +255,7 @@ TEST_F(ConfigurationLeniency, WithoutPriorityAndProcessorNothingIsSaidOfThem) {
 TEST_F(ConfigurationLeniency, WithDebugItTellsTheServerConfigurations) {
     bench.configuration().set("ZephonServer", "Debug", "true");
     run();
-    EXPECT_THAT(output, HasSubstr("2 server configurations counted\n"));
+    EXPECT_THAT(output, HasSubstr("3 server configurations counted\n"));
 }
 
 TEST_F(ConfigurationLeniency, BindsToTheProcessorAndWithoutDebugTellsOnlyWhatTheSystemHas) {
