@@ -16,6 +16,11 @@ int main(int argc, char** argv) {
         "demo", "Publishes fused solutions and checks what reaches the unit's serial line");
     demo->add_option("--server", options.server, "The server to run (default: next to this one)")
         ->check(CLI::ExistingFile);
+    demo->add_option("--configuration", options.configuration,
+                     "Folder of the server's files, copied and fitted to the bench\n"
+                     "(default: the example as installed)")
+        ->check(CLI::ExistingDirectory)
+        ->take_last();
     demo->add_option("--duration", options.duration, "Seconds; 0 runs until Ctrl-C")
         ->check(CLI::NonNegativeNumber);
     demo->add_option("--rate", options.rate, "Solutions a second")

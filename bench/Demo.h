@@ -9,11 +9,12 @@ namespace bench {
 /// The demonstration that ./run-demo shows: the real server between two topic peers and three
 /// receiver units, with live figures.
 struct DemoOptions {
-    std::filesystem::path server;   ///< empty: next to this program
-    double duration = 0;            ///< seconds; 0: until SIGINT or SIGTERM
-    double rate = 10;               ///< pairs of records a second
-    std::string transport = "SHM";  ///< of the server
-    bool keep = false;              ///< leave configuration and device root standing
+    std::filesystem::path server;         ///< empty: next to this program
+    std::filesystem::path configuration;  ///< folder of the example; empty: the installed one
+    double duration = 0;                  ///< seconds; 0: until SIGINT or SIGTERM
+    double rate = 10;                     ///< pairs of records a second
+    std::string transport = "SHM";        ///< of the server
+    bool keep = false;                    ///< leave configuration and device root standing
 };
 
 /// Runs it. `ending` are the signals that end it; the caller has blocked them in all threads.

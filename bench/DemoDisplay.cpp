@@ -18,10 +18,22 @@ double microseconds(SolutionLedger::Clock::duration duration) {
 
 std::string text(const LatencySummary& latency) {
     if (latency.count == 0) {
-        return "no frame yet";
+        return "no frame";
     }
-    return fmt::format("p50 {:5.0f} us   p99 {:5.0f} us   max {:5.0f} us", latency.p50, latency.p99,
+    return fmt::format("p50 {:5.0f}  p99 {:5.0f}  max {:5.0f} us", latency.p50, latency.p99,
                        latency.max);
+}
+
+/// What a message is, with a space before it; nothing for one that the demo does not expect.
+const char* messageName(std::uint16_t id) {
+    switch (id) {
+        case 15050:
+            return " fused solution";
+        case 27530:
+            return " PNT device command";
+        default:
+            return "";
+    }
 }
 
 std::string placeText(const SolutionFrame& solution) {
@@ -63,58 +75,55 @@ std::uint64_t DemoSnapshot::checksumErrors() const {
 std::string framesById(const UnitModel::Statistics& statistics) {
     std::string text;
     for (const auto& [id, count] : statistics.framesById) {
-        text += fmt::format("{}{} x {}", text.empty() ? "" : ", ", id, count);
+        text += fmt::format("{}{} x {}{}", text.empty() ? "" : ", ", count, id, messageName(id));
     }
     return text.empty() ? "none" : text;
 }
 
 std::string liveBlock(const DemoSnapshot& snapshot) {
     const SolutionLedger::Totals& totals = snapshot.totals;
-    std::string text = fmt::format("  running    {:>10.0f} s   transport {}, {:g} pairs a second\n",
+    std::string text = fmt::format("  running     {:.0f} s, {:g} pairs a second, transport {}\n",
                                    std::chrono::duration<double>(snapshot.elapsed).count(),
-                                   snapshot.transport, snapshot.rate);
-    text += fmt::format("  published  {:>10} records of UTCTime and MeridanePNT, {} pairs\n",
-                        totals.records, totals.pairs);
-    text +=
-        fmt::format("  link 1     {:>10} frames of message 15050: {} right, {} wrong, {} missing\n",
-                    totals.frames, totals.right, totals.wrong + totals.unexplained, totals.missing);
-    text += fmt::format("  rate       {:>10.1f} frames a second\n", snapshot.framesPerSecond);
-    text += fmt::format("  latency    last second  {}\n", bench::text(snapshot.lastSecond));
-    text += fmt::format("             overall      {}\n", bench::text(snapshot.overall));
-    text += fmt::format("  faults     {:>10} checksum errors, {} handshake time-outs\n",
+                                   snapshot.rate, snapshot.transport);
+    text += fmt::format("  published   {} pairs of UTCTime and MeridanePNT ({} records)\n",
+                        totals.pairs, totals.records);
+    text += fmt::format("  arrived     {} solutions (message 15050) on link 1, {:.1f} a second\n",
+                        totals.frames, snapshot.framesPerSecond);
+    text += fmt::format("              {} right byte for byte, {} wrong, {} missing\n",
+                        totals.right, totals.wrong + totals.unexplained, totals.missing);
+    text += fmt::format("  latency     last second   {}\n", bench::text(snapshot.lastSecond));
+    text += fmt::format("              since start   {}\n", bench::text(snapshot.overall));
+    text += fmt::format("  faults      {} checksum errors, {} handshake time-outs\n",
                         snapshot.checksumErrors(), snapshot.handshakeTimeouts);
     for (std::size_t i = 0; i < snapshot.links.size(); ++i) {
-        text += fmt::format("  {} {}\n",
-                            i == 0 ? fmt::format("frames     link {}:", i + 1)
-                                   : fmt::format("           link {}:", i + 1),
+        text += fmt::format("  {:<12}link {}: {}\n", i == 0 ? "frames" : "", i + 1,
                             framesById(snapshot.links[i]));
     }
     if (snapshot.solution) {
         const SolutionFrame& solution = *snapshot.solution;
-        text += fmt::format("  solution   GPS week {}, time of week {:.3f} s\n", solution.gpsWeek,
+        text += fmt::format("  solution    GPS week {}, time of week {:.3f} s\n", solution.gpsWeek,
                             solution.gpsTimeOfWeek);
         text += fmt::format(
-            "             {}, {:.1f} m/s, heading {:05.1f}\n", placeText(solution),
+            "              {}, {:.1f} m/s, heading {:.1f} deg\n", placeText(solution),
             std::sqrt(std::pow(solution.velocity[0], 2) + std::pow(solution.velocity[1], 2) +
                       std::pow(solution.velocity[2], 2)),
             solution.attitude[2] * degreesOfRadian);
     } else {
-        text += "  solution   none yet\n\n";
+        text += "  solution    none yet\n\n";
     }
     return text;
 }
 
 std::string liveLine(const DemoSnapshot& snapshot) {
+    const SolutionLedger::Totals& totals = snapshot.totals;
     std::string text = fmt::format(
-        "{:>5.0f} s  {} records  {} frames  {:.1f}/s  {}  {} wrong  {} checksum errors  {} "
-        "time-outs",
-        std::chrono::duration<double>(snapshot.elapsed).count(), snapshot.totals.records,
-        snapshot.totals.frames, snapshot.framesPerSecond, bench::text(snapshot.lastSecond),
-        snapshot.totals.wrong + snapshot.totals.unexplained, snapshot.checksumErrors(),
+        "{:>5.0f} s  {} of {} pairs right  {:.1f}/s  {}  {} checksum errors  {} time-outs",
+        std::chrono::duration<double>(snapshot.elapsed).count(), totals.right, totals.pairs,
+        snapshot.framesPerSecond, bench::text(snapshot.lastSecond), snapshot.checksumErrors(),
         snapshot.handshakeTimeouts);
-    if (snapshot.solution) {
-        text += fmt::format("  week {} tow {:.3f}  {}", snapshot.solution->gpsWeek,
-                            snapshot.solution->gpsTimeOfWeek, placeText(*snapshot.solution));
+    const std::uint64_t wrong = totals.wrong + totals.unexplained;
+    if (wrong + totals.missing > 0) {
+        text += fmt::format("  {} WRONG  {} MISSING", wrong, totals.missing);
     }
     return text;
 }

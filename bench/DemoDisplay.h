@@ -46,7 +46,7 @@ std::string liveBlock(const DemoSnapshot& snapshot);
 /// The same on one line, for a log.
 std::string liveLine(const DemoSnapshot& snapshot);
 
-/// The frames of one link by message id, such as "15050 x 120, 27560 x 3".
+/// The frames of one link by message id, such as "120 x 15050 fused solution".
 std::string framesById(const UnitModel::Statistics& statistics);
 
 }  // namespace bench

@@ -49,20 +49,27 @@ TEST(LatencySummary, TakesOneValueAndNone) {
 }
 
 TEST(DemoDisplay, LineTellsTheFigures) {
-    const std::string line = liveLine(snapshot());
-    EXPECT_NE(line.find("12 s  240 records  119 frames  9.9/s  no frame yet  2 wrong  3 checksum "
-                        "errors  4 time-outs"),
-              std::string::npos)
-        << line;
+    EXPECT_EQ(liveLine(snapshot()),
+              "   12 s  117 of 120 pairs right  9.9/s  no frame  3 checksum errors  4 time-outs  "
+              "2 WRONG  1 MISSING");
+}
+
+TEST(DemoDisplay, LineIsSilentOnWrongAndMissingSolutionsThatThereAreNot) {
+    DemoSnapshot figures = snapshot();
+    figures.totals.wrong = 0;
+    figures.totals.missing = 0;
+    figures.lastSecond = LatencySummary::of({432us, 1313us});
+    EXPECT_EQ(liveLine(figures),
+              "   12 s  117 of 120 pairs right  9.9/s  p50   432  p99  1313  max  1313 us  "
+              "3 checksum errors  4 time-outs");
 }
 
 TEST(DemoDisplay, BlockTellsTheFiguresInAFixedNumberOfLines) {
     DemoSnapshot figures = snapshot();
     const std::string before = liveBlock(figures);
-    EXPECT_NE(before.find("119 frames of message 15050: 117 right, 2 wrong, 1 missing"),
-              std::string::npos);
+    EXPECT_NE(before.find("117 right byte for byte, 2 wrong, 1 missing"), std::string::npos);
     EXPECT_NE(before.find("3 checksum errors, 4 handshake time-outs"), std::string::npos);
-    EXPECT_NE(before.find("link 1: 15050 x 119, 27560 x 3"), std::string::npos);
+    EXPECT_NE(before.find("link 1: 119 x 15050 fused solution, 3 x 27560"), std::string::npos);
     EXPECT_NE(before.find("link 2: none"), std::string::npos);
     figures.solution = SolutionFrame{};
     figures.solution->position = {6378137.0, 0, 0};
