@@ -47,30 +47,36 @@ function(zephon_library name)
 endfunction()
 
 # What a sanitizer is told at run time. The library's own removeParticipant deletes with a size
-# that differs from the allocation's, and its own locks confuse the thread sanitizer.
+# that differs from the allocation's, and its own locks confuse the thread sanitizer. Over TCP it
+# also gives memory of malloc to delete when it accepts a second connection.
 # One variable each: gtest_discover_tests does not carry a list.
-function(zephon_test_environment result suppressions)
+function(zephon_test_environment result over_tcp)
     set(environment "")
     if(ZEPHON_SANITIZER STREQUAL "asan")
         set(environment "ASAN_OPTIONS=new_delete_type_mismatch=0:detect_leaks=1")
+        if(over_tcp)
+            string(APPEND environment ":alloc_dealloc_mismatch=0")
+        endif()
     elseif(ZEPHON_SANITIZER STREQUAL "tsan")
+        set(suppressions tsan.supp)
+        if(over_tcp)
+            set(suppressions tsan-tcp.supp)
+        endif()
         set(environment "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/${suppressions}:second_deadlock_stack=1")
     endif()
     set(${result} "${environment}" PARENT_SCOPE)
 endfunction()
 
-# zephon_add_test(<name> SOURCES ... LIBRARIES ... [TIMEOUT seconds] [DISCOVER] [LABELS ...]
-#                 [TSAN_SUPPRESSIONS file])
+# zephon_add_test(<name> SOURCES ... LIBRARIES ... [TIMEOUT seconds] [DISCOVER] [OVER_TCP]
+#                 [LABELS ...])
 # One Google Test program. It is one entry of ctest, or with DISCOVER one entry for each test.
+# OVER_TCP is for programs whose records travel over the library's TCP transport.
 function(zephon_add_test name)
-    cmake_parse_arguments(ARG "DISCOVER" "TIMEOUT;TSAN_SUPPRESSIONS" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "DISCOVER;OVER_TCP" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
-    if(NOT ARG_TSAN_SUPPRESSIONS)
-        set(ARG_TSAN_SUPPRESSIONS tsan.supp)
-    endif()
-    zephon_test_environment(environment "${ARG_TSAN_SUPPRESSIONS}")
+    zephon_test_environment(environment "${ARG_OVER_TCP}")
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} zephon_options GTest::gmock GTest::gtest_main)
     if(ARG_DISCOVER)

@@ -28,11 +28,11 @@ protected:
     /// peer finds the server then. The other transports get no second try.
     void connectPeer(bench::TopicPeer::Options const& options) {
         const bool tcp = options.serverTransport.rfind("TCP", 0) == 0;
-        const int tries = tcp ? 6 : 1;
+        const int tries = tcp ? 15 : 1;
         for (int i = 0; i < tries; ++i) {
             peer.reset();
             peer = std::make_unique<bench::TopicPeer>(options);
-            if (peer->waitForReaders(1, Seconds(tcp ? 12 : 30))) {
+            if (peer->waitForReaders(1, Seconds(tcp ? 8 : 30))) {
                 return;
             }
         }
