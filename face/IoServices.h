@@ -129,4 +129,63 @@ class IO_Service : public IO_Service_Operations<READ_PAYLOAD_TYPE, WRITE_PAYLOAD
 
 }  // namespace Serial
 
+/// Queue devices: whole records between processes.
+namespace MCSQ {
+
+using IOSS::CONNECTION_STATUS_TYPE;
+using IOSS::IO_Callback;
+using IOSS::IO_PARAMETER;
+using IOSS::IO_PARAMETER_TRANSACTION_TYPE;
+using IOSS::NOTIFICATION_EVENT_TYPE;
+
+struct IO_PARAMETER_KIND {
+    enum Value : std::uint16_t {
+        PORT = 0  ///< ushort_value, number behind the device's name
+    };
+};
+
+struct READ_PAYLOAD_TYPE {
+    Sequence<octet> data;
+};
+
+struct WRITE_PAYLOAD_TYPE {
+    Sequence<octet> data;
+};
+
+class IO_Service : public IO_Service_Operations<READ_PAYLOAD_TYPE, WRITE_PAYLOAD_TYPE> {};
+
+}  // namespace MCSQ
+
+/// Physical memory: registers of 8, 16, 32 or 64 bits.
+namespace Devmem {
+
+using IOSS::CONNECTION_STATUS_TYPE;
+using IOSS::IO_Callback;
+using IOSS::IO_PARAMETER;
+using IOSS::IO_PARAMETER_TRANSACTION_TYPE;
+
+struct IO_PARAMETER_KIND {
+    enum Value : std::uint16_t {
+        BASE_ADDRESS = 0,  ///< ulong_value, physical address of the region
+        SIZE = 1           ///< ulong_value, bytes
+    };
+};
+
+struct READ_PAYLOAD_TYPE {
+    std::int64_t timestamp = 0;  ///< the service has none and clears it
+    std::uint32_t offset = 0;    ///< of the register's first byte in the region
+    std::int32_t width = 0;      ///< bits
+    std::uint64_t value = 0;     ///< what was read, zero-extended
+};
+
+struct WRITE_PAYLOAD_TYPE {
+    std::uint32_t offset = 0;  ///< of the register's first byte in the region
+    std::int32_t width = 0;    ///< bits
+    std::uint64_t value = 0;   ///< its low bits are written
+};
+
+class IO_Service : public IO_Service_Operations<READ_PAYLOAD_TYPE, WRITE_PAYLOAD_TYPE> {};
+
+}  // namespace Devmem
+
 }  // namespace FACE::IOSS

@@ -190,62 +190,26 @@ MX_SerialPort::Connection_t* MX_SerialPort::findOpen(long long handle,
 void MX_SerialPort::Set_Reference(String const& /*interface_name*/,
                                   std::shared_ptr<Configuration> const& reference, long long /*id*/,
                                   RETURN_CODE_TYPE::Value& rc) {
-    if (configuration_ != nullptr) {
-        rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
-        return;
-    }
-    if (reference == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return;
-    }
-    configuration_ = reference;
-    rc = RETURN_CODE_TYPE::NO_ERROR;
+    configuration_.Set_Reference(reference, rc);
 }
 
 void MX_SerialPort::Initialize(String const& config_name, RETURN_CODE_TYPE::Value& rc) {
-    if (initialized_) {
-        rc = RETURN_CODE_TYPE::NO_ACTION;
-        return;
-    }
-    if (!config_name.is_valid()) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return;
-    }
-    RETURN_CODE_TYPE::Value loaded = RETURN_CODE_TYPE::INVALID_CONFIG;
-    if (configuration_ != nullptr) {
-        configuration_->Initialize(config_name, loaded);
-    }
-    if (loaded != RETURN_CODE_TYPE::NO_ERROR && loaded != RETURN_CODE_TYPE::NO_ACTION) {
-        rc = RETURN_CODE_TYPE::INVALID_CONFIG;
-        return;
-    }
-    initialized_ = true;
-    rc = RETURN_CODE_TYPE::NO_ERROR;
+    configuration_.Initialize(config_name, rc);
 }
 
 bool MX_SerialPort::readSettings(String const& container, SerialSettings& settings) const {
-    if (configuration_ == nullptr) {
-        return false;
-    }
-    Configuration& config = *configuration_;
-    int handle = -1;
-    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
-    config.Open(container, handle, rc);
-    if (rc != RETURN_CODE_TYPE::NO_ERROR) {
-        return false;
-    }
-    using namespace MX_Config_Helpers;
-    Get_Unsigned_Parameter(config, handle, "ChannelNum", settings.channel, rc);
-    Get_Signed_Parameter(config, handle, "SerialMode", settings.serialMode, rc);
-    Get_Signed_Parameter(config, handle, "Baudrate", settings.baudRate, rc);
-    Get_Signed_Parameter(config, handle, "DataBits", settings.dataBits, rc);
-    Get_Signed_Parameter(config, handle, "StopBits", settings.stopBits, rc);
-    Get_Unsigned_Parameter(config, handle, "Parity", settings.parity, rc);
-    Get_Unsigned_Parameter(config, handle, "FlowControl", settings.flowControl, rc);
-
-    RETURN_CODE_TYPE::Value closed = RETURN_CODE_TYPE::NO_ERROR;  // nothing hangs on it
-    config.Close(handle, closed);
-    return rc == RETURN_CODE_TYPE::NO_ERROR;
+    return configuration_.readContainer(container, [&](Configuration& config, int handle) {
+        using namespace MX_Config_Helpers;
+        RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
+        Get_Unsigned_Parameter(config, handle, "ChannelNum", settings.channel, rc);
+        Get_Signed_Parameter(config, handle, "SerialMode", settings.serialMode, rc);
+        Get_Signed_Parameter(config, handle, "Baudrate", settings.baudRate, rc);
+        Get_Signed_Parameter(config, handle, "DataBits", settings.dataBits, rc);
+        Get_Signed_Parameter(config, handle, "StopBits", settings.stopBits, rc);
+        Get_Unsigned_Parameter(config, handle, "Parity", settings.parity, rc);
+        Get_Unsigned_Parameter(config, handle, "FlowControl", settings.flowControl, rc);
+        return rc == RETURN_CODE_TYPE::NO_ERROR;
+    });
 }
 
 void MX_SerialPort::Open_Connection(String const& connection_name, long long /*timeout*/,

@@ -8,6 +8,7 @@
 #include "face/IoServices.h"
 #include "face/SerialSettings.h"
 #include "face/SerialWriteControl.h"
+#include "face/ServiceConfiguration.h"
 
 namespace FACE::IOSS {
 
@@ -123,8 +124,7 @@ private:
     Connection_t* findOpen(long long handle, RETURN_CODE_TYPE::Value& rc) const;
     bool readSettings(String const& container, SerialSettings& settings) const;
 
-    bool initialized_ = false;
-    std::shared_ptr<Configuration> configuration_;
+    ServiceConfiguration configuration_;
     // A handle is an index here; elements are never removed. Changed by the start-up path only.
     std::vector<std::unique_ptr<Connection_t>> connections_;
 };
