@@ -167,26 +167,6 @@ long MX_SerialPort::Connection_t::write(octet const* bytes, std::size_t length) 
 MX_SerialPort::MX_SerialPort() = default;
 MX_SerialPort::~MX_SerialPort() = default;
 
-MX_SerialPort::Connection_t* MX_SerialPort::find(long long handle) const {
-    auto const index = static_cast<std::uint32_t>(handle);
-    return index < connections_.size() ? connections_[index].get() : nullptr;
-}
-
-/// Gives null and writes `rc` when the handle is bad or the connection is not open.
-MX_SerialPort::Connection_t* MX_SerialPort::findOpen(long long handle,
-                                                     RETURN_CODE_TYPE::Value& rc) const {
-    Connection_t* const connection = find(handle);
-    if (connection == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return nullptr;
-    }
-    if (!connection->isOpen) {
-        rc = RETURN_CODE_TYPE::CONNECTION_CLOSED;
-        return nullptr;
-    }
-    return connection;
-}
-
 void MX_SerialPort::Set_Reference(String const& /*interface_name*/,
                                   std::shared_ptr<Configuration> const& reference, long long /*id*/,
                                   RETURN_CODE_TYPE::Value& rc) {
@@ -214,40 +194,23 @@ bool MX_SerialPort::readSettings(String const& container, SerialSettings& settin
 
 void MX_SerialPort::Open_Connection(String const& connection_name, long long /*timeout*/,
                                     long long& handle, RETURN_CODE_TYPE::Value& rc) {
-    handle = -1;
-    if (!connection_name.is_valid()) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return;
-    }
-    std::string const name = ToStdString(connection_name);
-    auto known = std::find_if(connections_.begin(), connections_.end(),
-                              [&name](auto const& each) { return each->name == name; });
-    if (known == connections_.end()) {
+    auto const make = [&](std::string const& name) -> std::unique_ptr<Connection_t> {
         SerialSettings settings;
         if (!readSettings(connection_name, settings)) {
-            rc = RETURN_CODE_TYPE::INVALID_CONFIG;
-            return;
+            return nullptr;
         }
-        connections_.push_back(std::make_unique<Connection_t>(name, settings));
-        known = std::prev(connections_.end());
-    }
-    if (!(*known)->isOpen && !(*known)->open()) {
-        rc = RETURN_CODE_TYPE::NO_ACTION;
-        return;
-    }
-    handle = std::distance(connections_.begin(), known);
-    rc = RETURN_CODE_TYPE::NO_ERROR;
+        return std::make_unique<Connection_t>(name, settings);
+    };
+    connections_.open(connection_name, make, handle, rc);
 }
 
 void MX_SerialPort::Close_Connection(long long handle, RETURN_CODE_TYPE::Value& rc) {
-    if (Connection_t* const connection = findOpen(handle, rc)) {
-        rc = connection->close() ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::NO_ACTION;
-    }
+    connections_.close(handle, rc);
 }
 
 void MX_SerialPort::Read(long long handle, long long timeout, Serial::READ_PAYLOAD_TYPE& payload,
                          RETURN_CODE_TYPE::Value& rc) {
-    Connection_t* const connection = findOpen(handle, rc);
+    Connection_t* const connection = connections_.findOpen(handle, rc);
     if (connection == nullptr) {
         return;
     }
@@ -270,7 +233,7 @@ void MX_SerialPort::Read(long long handle, long long timeout, Serial::READ_PAYLO
 
 void MX_SerialPort::Write(long long handle, long long /*timeout*/,
                           Serial::WRITE_PAYLOAD_TYPE const& payload, RETURN_CODE_TYPE::Value& rc) {
-    Connection_t* const connection = findOpen(handle, rc);
+    Connection_t* const connection = connections_.findOpen(handle, rc);
     if (connection == nullptr) {
         return;
     }
@@ -287,7 +250,7 @@ void MX_SerialPort::Write(long long handle, long long /*timeout*/,
 void MX_SerialPort::Configure_Connection_Parameters(
     long long handle, long long /*timeout*/, IO_PARAMETER_TRANSACTION_TYPE const& /*parameters*/,
     RETURN_CODE_TYPE::Value& rc) {
-    if (findOpen(handle, rc) != nullptr) {
+    if (connections_.findOpen(handle, rc) != nullptr) {
         rc = RETURN_CODE_TYPE::NO_ACTION;
     }
 }
@@ -295,9 +258,8 @@ void MX_SerialPort::Configure_Connection_Parameters(
 void MX_SerialPort::Get_Connection_Configuration(long long handle, long long /*timeout*/,
                                                  IO_PARAMETER_TRANSACTION_TYPE& parameters,
                                                  RETURN_CODE_TYPE::Value& rc) {
-    Connection_t const* const connection = find(handle);
+    Connection_t const* const connection = connections_.find(handle, rc);
     if (connection == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
         return;
     }
     rc = RETURN_CODE_TYPE::NO_ERROR;
@@ -311,7 +273,7 @@ void MX_SerialPort::Get_Connection_Configuration(long long handle, long long /*t
 void MX_SerialPort::Configure_Bus_Parameters(long long handle, long long /*timeout*/,
                                              IO_PARAMETER_TRANSACTION_TYPE const& parameters,
                                              RETURN_CODE_TYPE::Value& rc) {
-    Connection_t* const connection = findOpen(handle, rc);
+    Connection_t* const connection = connections_.findOpen(handle, rc);
     if (connection == nullptr) {
         return;
     }
@@ -339,53 +301,42 @@ void MX_SerialPort::Get_Bus_Configuration(long long handle, long long timeout,
 
 void MX_SerialPort::Get_Connection_Status(long long handle, CONNECTION_STATUS_TYPE& status,
                                           RETURN_CODE_TYPE::Value& rc) {
-    if (Connection_t const* const connection = findOpen(handle, rc)) {
-        status.timestamp = 0;
-        status.available = 1;
-        status.state = connection->state;
-        rc = RETURN_CODE_TYPE::NO_ERROR;
-    }
+    connections_.getStatus(handle, status, rc);
 }
 
 void MX_SerialPort::Get_Bus_Status(long long handle, unsigned short& status,
                                    RETURN_CODE_TYPE::Value& rc) {
-    if (find(handle) == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return;
+    if (connections_.find(handle, rc) != nullptr) {
+        status = 0;
+        rc = RETURN_CODE_TYPE::NO_ERROR;
     }
-    status = 0;
-    rc = RETURN_CODE_TYPE::NO_ERROR;
 }
 
 void MX_SerialPort::Register_Notification_Event(long long handle, IO_Callback& /*callback*/,
                                                 RETURN_CODE_TYPE::Value& rc) {
-    if (findOpen(handle, rc) != nullptr) {
+    if (connections_.findOpen(handle, rc) != nullptr) {
         rc = RETURN_CODE_TYPE::NO_ACTION;
     }
 }
 
 void MX_SerialPort::Unregister_Notification_Event(long long handle, RETURN_CODE_TYPE::Value& rc) {
-    rc = find(handle) != nullptr ? RETURN_CODE_TYPE::NO_ACTION : RETURN_CODE_TYPE::INVALID_PARAM;
+    if (connections_.find(handle, rc) != nullptr) {
+        rc = RETURN_CODE_TYPE::NO_ACTION;
+    }
 }
 
 void MX_SerialPort::Abandon_Writes(long long handle, RETURN_CODE_TYPE::Value& rc) {
-    Connection_t* const connection = find(handle);
-    if (connection == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return;
+    if (Connection_t* const connection = connections_.find(handle, rc)) {
+        connection->abandonWrites = true;
+        rc = RETURN_CODE_TYPE::NO_ERROR;
     }
-    connection->abandonWrites = true;
-    rc = RETURN_CODE_TYPE::NO_ERROR;
 }
 
 void MX_SerialPort::Resume_Writes(long long handle, RETURN_CODE_TYPE::Value& rc) {
-    Connection_t* const connection = find(handle);
-    if (connection == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return;
+    if (Connection_t* const connection = connections_.find(handle, rc)) {
+        connection->abandonWrites = false;
+        rc = RETURN_CODE_TYPE::NO_ERROR;
     }
-    connection->abandonWrites = false;
-    rc = RETURN_CODE_TYPE::NO_ERROR;
 }
 
 }  // namespace FACE::IOSS

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "face/Configuration.h"
+#include "face/ConnectionTable.h"
 #include "face/IoServices.h"
 #include "face/SerialSettings.h"
 #include "face/SerialWriteControl.h"
@@ -120,13 +119,10 @@ public:
 private:
     struct Connection_t;
 
-    Connection_t* find(long long handle) const;
-    Connection_t* findOpen(long long handle, RETURN_CODE_TYPE::Value& rc) const;
     bool readSettings(String const& container, SerialSettings& settings) const;
 
     ServiceConfiguration configuration_;
-    // A handle is an index here; elements are never removed. Changed by the start-up path only.
-    std::vector<std::unique_ptr<Connection_t>> connections_;
+    ConnectionTable<Connection_t> connections_;  // changed by the start-up path only
 };
 
 }  // namespace FACE::IOSS
