@@ -69,18 +69,23 @@ void MX_TypedTS<T>::Set_Reference(String const& /*interface_name*/,
 
 template <class T>
 template <class Action>
+RETURN_CODE_TYPE::Value MX_TypedTS<T>::withConnection(long long connection_id, Action action) {
+    if (transport_ == nullptr || !transport_->isInitialized()) {
+        return RETURN_CODE_TYPE::NOT_AVAILABLE;
+    }
+    TransportConnection& connection =
+        transport_->connectionMap_mutex_at(MX_TSS::tableKey(connection_id));
+    return connection.carries(typeid(aspn2_msgs::TopicPubSubType<T>))
+               ? action(connection)
+               : RETURN_CODE_TYPE::INVALID_PARAM;
+}
+
+template <class T>
+template <class Action>
 void MX_TypedTS<T>::onConnection(long long connection_id, RETURN_CODE_TYPE::Value& rc,
                                  Action action) {
-    if (transport_ == nullptr || !transport_->isInitialized()) {
-        rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
-        return;
-    }
     try {
-        TransportConnection& connection =
-            transport_->connectionMap_mutex_at(MX_TSS::tableKey(connection_id));
-        rc = connection.carries(typeid(aspn2_msgs::TopicPubSubType<T>))
-                 ? action(connection)
-                 : RETURN_CODE_TYPE::INVALID_PARAM;
+        rc = withConnection(connection_id, action);
     } catch (std::out_of_range const&) {
         rc = RETURN_CODE_TYPE::INVALID_PARAM;
     } catch (std::exception const& error) {
@@ -92,18 +97,29 @@ void MX_TypedTS<T>::onConnection(long long connection_id, RETURN_CODE_TYPE::Valu
 }
 
 template <class T>
+RETURN_CODE_TYPE::Value MX_TypedTS<T>::write(TransportConnection& connection, T const& message) {
+    TransportConnection::PublisherLoan const publisher(connection);
+    if (publisher.get() == nullptr) {
+        return RETURN_CODE_TYPE::NOT_AVAILABLE;
+    }
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the library only encodes it
+    return publisher.get()->write(const_cast<T*>(&message)) ? RETURN_CODE_TYPE::NO_ERROR
+                                                            : RETURN_CODE_TYPE::DATA_OVERFLOW;
+}
+
+template <class T>
 void MX_TypedTS<T>::Send_Message(long long connection_id, long long /*timeout*/,
                                  long long& /*transaction_id*/, T const& message,
                                  RETURN_CODE_TYPE::Value& rc) {
-    onConnection(connection_id, rc, [&](TransportConnection& connection) {
-        TransportConnection::PublisherLoan const publisher(connection);
-        if (publisher.get() == nullptr) {
-            return RETURN_CODE_TYPE::NOT_AVAILABLE;
-        }
-        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the library only encodes it
-        return publisher.get()->write(const_cast<T*>(&message)) ? RETURN_CODE_TYPE::NO_ERROR
-                                                                : RETURN_CODE_TYPE::DATA_OVERFLOW;
-    });
+    onConnection(connection_id, rc,
+                 [&](TransportConnection& connection) { return write(connection, message); });
+}
+
+template <class T>
+bool MX_TypedTS<T>::Publish(long long connection_id, T const& message) {
+    return withConnection(connection_id, [&](TransportConnection& connection) {
+               return write(connection, message);
+           }) == RETURN_CODE_TYPE::NO_ERROR;
 }
 
 template <class T>

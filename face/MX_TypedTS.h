@@ -40,6 +40,10 @@ public:
     void Send_Message(long long connection_id, long long timeout, long long& transaction_id,
                       T const& message, RETURN_CODE_TYPE::Value& rc) override;
 
+    /// Send_Message for who needs no code: false unless the record was taken. What is raised on
+    /// the way, as std::out_of_range for an unknown id, is the caller's.
+    bool Publish(long long connection_id, T const& message);
+
     /// NO_ACTION when the connection has a publisher already, which stays.
     void Register_Sender(long long connection_id, RETURN_CODE_TYPE::Value& rc) override;
 
@@ -60,7 +64,11 @@ public:
 private:
     void registerSubscriberTyped(long long connection_id, TransportConnection& connection,
                                  Read_Callback<T> callback);
-    /// Calls `action` with the connection and turns what it raises into a code.
+    static RETURN_CODE_TYPE::Value write(TransportConnection& connection, T const& message);
+    /// Calls `action` with the connection, unless there is none for this type.
+    template <class Action>
+    RETURN_CODE_TYPE::Value withConnection(long long connection_id, Action action);
+    /// The same, and turns what is raised into a code.
     template <class Action>
     void onConnection(long long connection_id, RETURN_CODE_TYPE::Value& rc, Action action);
 
