@@ -67,6 +67,14 @@ public:
     static const char* to_string(unsigned char server);
 };
 
+/// The topic field of device ids.
+class TopicIds {
+public:
+    static constexpr std::uint8_t Reports = 59;  ///< the event log and the maintenance log
+
+    TopicIds() = delete;
+};
+
 /// The labels of senders in version and fault reports.
 class Components {
 public:

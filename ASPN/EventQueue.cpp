@@ -1,0 +1,108 @@
+#include "ASPN/EventQueue.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace ASPN2 {
+
+EventQueue::EventQueue(unsigned limit, int configEventType, std::chrono::nanoseconds repeatDuration,
+                       Clock clock)
+    : limit_(limit),
+      configEventType_(configEventType),
+      repeatDuration_(repeatDuration),
+      clock_(std::move(clock)) {}
+
+bool EventQueue::push_back(int type, std::string text) {
+    const platform::MutexLock lock(mutex_);
+    if (events_.size() >= limit_) {
+        return false;
+    }
+    events_.push_back({type, std::move(text)});
+    changed_.notifyOne();
+    return true;
+}
+
+unsigned EventQueue::push_back_config(const std::string& text) {
+    const platform::MutexLock lock(mutex_);
+    return appendConfig(text, ++lastId_);
+}
+
+unsigned EventQueue::push_back_config(const std::string& text, unsigned id) {
+    const platform::MutexLock lock(mutex_);
+    return appendConfig(text, removeConfig(id) ? id : ++lastId_);
+}
+
+void EventQueue::eraseConfig(unsigned id) {
+    const platform::MutexLock lock(mutex_);
+    removeConfig(id);
+}
+
+bool EventQueue::pop_front(int& type, std::string& text, std::chrono::nanoseconds wait) {
+    const auto deadline = platform::steadyDeadline(wait);
+    const platform::MutexLock lock(mutex_);
+    repeatConfigs();
+    while (events_.empty() && !leftToDrain_ && changed_.waitUntil(mutex_, deadline)) {
+    }
+    if (events_.empty() || leftToDrain_ == std::size_t{0}) {
+        return false;
+    }
+    if (leftToDrain_) {
+        --*leftToDrain_;
+    }
+    type = events_.front().type;
+    text = std::move(events_.front().text);
+    events_.pop_front();
+    return true;
+}
+
+void EventQueue::drain() {
+    const platform::MutexLock lock(mutex_);
+    leftToDrain_ = events_.size();
+    changed_.notifyAll();
+}
+
+void EventQueue::resume() {
+    const platform::MutexLock lock(mutex_);
+    leftToDrain_.reset();
+}
+
+std::size_t EventQueue::size() const {
+    const platform::MutexLock lock(mutex_);
+    return events_.size() + configs_.size();
+}
+
+unsigned EventQueue::appendConfig(const std::string& text, unsigned id) {
+    EventItem event{configEventType_, text};
+    configs_.push_back({id, event, clock_() + repeatDuration_});
+    events_.push_back(std::move(event));
+    changed_.notifyOne();
+    return id;
+}
+
+bool EventQueue::removeConfig(unsigned id) {
+    const auto item = std::find_if(configs_.begin(), configs_.end(),
+                                   [id](const ConfigItem& config) { return config.id == id; });
+    if (item == configs_.end()) {
+        return false;
+    }
+    configs_.erase(item);
+    return true;
+}
+
+void EventQueue::repeatConfigs() {
+    if (configs_.empty()) {
+        return;
+    }
+    const auto now = clock_();
+    // Each comes once, also when its time has passed several times over.
+    for (std::size_t count = configs_.size(); count > 0 && configs_.front().nextRepeat <= now;
+         --count) {
+        ConfigItem config = std::move(configs_.front());
+        configs_.pop_front();
+        config.nextRepeat = now + repeatDuration_;
+        events_.push_back(config.event);
+        configs_.push_back(std::move(config));
+    }
+}
+
+}  // namespace ASPN2
