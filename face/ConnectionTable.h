@@ -26,6 +26,9 @@ namespace FACE::IOSS {
 template <class Connection>
 class ConnectionTable {
 public:
+    /// The handle behind the last one.
+    std::uint32_t size() const { return static_cast<std::uint32_t>(connections_.size()); }
+
     /// Null when there is no such connection.
     Connection* find(long long handle) const {
         auto const index = static_cast<std::uint32_t>(handle);
