@@ -51,6 +51,9 @@ Bench::Bench(Options options) : options_(std::move(options)), devices_(folder_.p
         units_.at(link - 1) = std::make_unique<UnitModel>(options_.units.at(link - 1));
         devices_.linkSerial(options_.settings.channels.at(link - 1), unit(link).devicePath());
     }
+    for (unsigned port = 0; port < queues; ++port) {
+        devices_.makeQueue(port);
+    }
 }
 
 Bench::~Bench() {

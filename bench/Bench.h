@@ -34,6 +34,7 @@ class Bench {
 public:
     using Duration = std::chrono::milliseconds;
     static constexpr unsigned links = 3;
+    static constexpr unsigned queues = 5;  ///< their ports count from 0
 
     struct Options {
         std::filesystem::path server = programFolder() / "ZephonServer";
@@ -57,6 +58,7 @@ public:
     /// The unit on link 1, 2 or 3. Raises std::out_of_range for another number.
     UnitModel& unit(unsigned link) { return *units_.at(link - 1); }
 
+    DeviceRoot& devices() { return devices_; }
     const DeviceRoot& devices() const { return devices_; }
     const DomainLock& domain() const { return domain_; }
     TemporaryFolder& folder() { return folder_; }
