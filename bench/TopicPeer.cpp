@@ -22,6 +22,32 @@ std::string otherSide(const std::string& serverTransport) {
     return serverTransport == "TCP_Client" ? "TCP_Server" : serverTransport;
 }
 
+/// What the participant is called.
+const char* nameOf(TopicPeer::Role role) {
+    switch (role) {
+        case TopicPeer::Role::ClockDevice:
+            return "ClockDevice";
+        case TopicPeer::Role::FusionNavigator:
+            return "FusionNavigator";
+        case TopicPeer::Role::Both:
+            return "ClockAndNavigator";
+        case TopicPeer::Role::EventLogger:
+            return "EventLogger";
+        case TopicPeer::Role::All:
+            return "AllPeers";
+    }
+    return "";
+}
+
+/// True when the line begins with `prefix`; `rest` is then what follows it.
+bool hasPrefix(const std::string& line, std::string_view prefix, std::istringstream& rest) {
+    if (line.compare(0, prefix.size(), prefix) != 0) {
+        return false;
+    }
+    rest.str(line.substr(prefix.size()));
+    return true;
+}
+
 std::int64_t nanoseconds(std::chrono::nanoseconds duration) {
     return duration.count();
 }
@@ -47,16 +73,22 @@ TopicPeer::TopicPeer(Options options) : options_(std::move(options)) {
     if (options_.bestEffort) {
         child.arguments.emplace_back("--best-effort");
     }
-    std::string name = "ClockAndNavigator";
-    if (options_.role != Role::FusionNavigator) {
-        child.arguments.insert(child.arguments.end(), {"--topic", std::string(UtcRecord::topic)});
-        name = options_.role == Role::ClockDevice ? "ClockDevice" : name;
+    const auto add = [&child](const char* option, std::string_view topic) {
+        child.arguments.insert(child.arguments.end(), {option, std::string(topic)});
+    };
+    const Role role = options_.role;
+    if (role == Role::ClockDevice || role == Role::Both || role == Role::All) {
+        add("--topic", UtcRecord::topic);
     }
-    if (options_.role != Role::ClockDevice) {
-        child.arguments.insert(child.arguments.end(), {"--topic", std::string(PntRecord::topic)});
-        name = options_.role == Role::FusionNavigator ? "FusionNavigator" : name;
+    if (role == Role::FusionNavigator || role == Role::Both || role == Role::All) {
+        add("--topic", PntRecord::topic);
     }
-    child.arguments.insert(child.arguments.end(), {"--name", name});
+    if (role == Role::EventLogger || role == Role::All) {
+        add("--topic", EventRecord::topic);
+        add("--watch", EventRecord::topic);
+        add("--watch", MaintenanceRecord::topic);
+    }
+    add("--name", nameOf(role));
     child.lineHandler = [this](const std::string& line) { return takeLine(line); };
     process_ = std::make_unique<ChildProcess>(options_.program, std::move(child));
 }
@@ -66,12 +98,35 @@ TopicPeer::~TopicPeer() {
     process_->wait(endTimeout);
 }
 
-/// Takes the reports of publications; they are too many to be kept as lines.
+/// Takes the reports of records, which are too many to be kept as lines.
 bool TopicPeer::takeLine(const std::string& line) {
-    if (line.compare(0, peerProtocol::published.size(), peerProtocol::published) != 0) {
-        return false;
+    std::istringstream words;
+    return (hasPrefix(line, peerProtocol::published, words) && takePublication(words)) ||
+           (hasPrefix(line, peerProtocol::received, words) && takeReception(words));
+}
+
+bool TopicPeer::takeReception(std::istream& words) const {
+    std::string topic;
+    std::string fields;
+    std::getline(words >> topic, fields);
+    EventRecord event;
+    if (topic == EventRecord::topic && fromText(fields, event)) {
+        if (options_.onEvent) {
+            options_.onEvent(event);
+        }
+        return true;
     }
-    std::istringstream words(line.substr(peerProtocol::published.size()));
+    MaintenanceRecord fault;
+    if (topic == MaintenanceRecord::topic && fromText(fields, fault)) {
+        if (options_.onMaintenance) {
+            options_.onMaintenance(fault);
+        }
+        return true;
+    }
+    return false;
+}
+
+bool TopicPeer::takePublication(std::istream& words) {
     std::string topic;
     std::int64_t at = 0;
     std::string fields;
@@ -88,6 +143,9 @@ bool TopicPeer::takeLine(const std::string& line) {
         const std::lock_guard<std::mutex> lock(mutex_);
         keep(clock_, publication, options_.keptPublications);
         return true;
+    }
+    if (topic == EventRecord::topic) {
+        return true;  // nobody asks for these
     }
     Publication<PntRecord> publication{{}, when};
     if (topic != PntRecord::topic || !fromText(fields, publication.record)) {
@@ -133,6 +191,11 @@ bool TopicPeer::publish(const UtcRecord& record) {
 
 bool TopicPeer::publish(const PntRecord& record) {
     return request("publish " + std::string(PntRecord::topic) + " " + toText(record),
+                   requestTimeout);
+}
+
+bool TopicPeer::publish(const EventRecord& record) {
+    return request("publish " + std::string(EventRecord::topic) + " " + toText(record),
                    requestTimeout);
 }
 

@@ -7,6 +7,7 @@
 #include <deque>
 #include <filesystem>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -25,11 +26,19 @@ struct Publication {
 };
 
 /// A neighbour of the server on the topics, in a process of its own: the clock device, the fusion
-/// navigator, or both in one. All operations may be called from any thread.
+/// navigator, the event logger, or several in one. The event logger reads EventLog and
+/// MaintenanceEvent, what was kept for late readers too, and can publish lines of its own, which it
+/// does not hear. All operations may be called from any thread.
 class TopicPeer {
 public:
     using Duration = std::chrono::milliseconds;
-    enum class Role { ClockDevice, FusionNavigator, Both };
+    enum class Role {
+        ClockDevice,
+        FusionNavigator,
+        Both,  ///< clock device and fusion navigator
+        EventLogger,
+        All
+    };
 
     struct Options {
         Role role = Role::Both;
@@ -46,6 +55,9 @@ public:
         /// Called on the draining thread for each publication. Must not call back.
         std::function<void(const Publication<UtcRecord>&)> onClock;
         std::function<void(const Publication<PntRecord>&)> onNavigator;
+        /// Called on the draining thread for each record that came. Must not call back.
+        std::function<void(const EventRecord&)> onEvent;
+        std::function<void(const MaintenanceRecord&)> onMaintenance;
     };
 
     /// Starts the process. Raises std::system_error when it cannot run.
@@ -63,6 +75,7 @@ public:
     /// Publishes one record; its sequence number is the peer's own. False when the peer could not.
     bool publish(const UtcRecord& record);
     bool publish(const PntRecord& record);
+    bool publish(const EventRecord& record);
 
     /// A row of records: `count` (0 for no end) instants, `rate` a second. Peers that are given
     /// the same schedule publish records with the same time tags.
@@ -95,6 +108,8 @@ public:
 private:
     bool request(const std::string& text, Duration timeout);
     bool takeLine(const std::string& line);
+    bool takePublication(std::istream& words);
+    bool takeReception(std::istream& words) const;
 
     const Options options_;
     mutable std::mutex mutex_;  // guards the four below; a leaf

@@ -1,6 +1,8 @@
 // zephon-topic-peer: one participant of its own that publishes what the clock device and the
-// fusion navigator publish. Commands come on standard input (TopicPeerProtocol.h).
+// fusion navigator publish, and reads and writes the event log. Commands come on standard input
+// (TopicPeerProtocol.h).
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -24,11 +26,17 @@
 #include <fastrtps/Domain.h>
 #include <fastrtps/attributes/ParticipantAttributes.h>
 #include <fastrtps/attributes/PublisherAttributes.h>
+#include <fastrtps/attributes/SubscriberAttributes.h>
 #include <fastrtps/participant/Participant.h>
 #include <fastrtps/publisher/Publisher.h>
 #include <fastrtps/publisher/PublisherListener.h>
+#include <fastrtps/subscriber/SampleInfo.h>
+#include <fastrtps/subscriber/Subscriber.h>
+#include <fastrtps/subscriber/SubscriberListener.h>
 #include <fastrtps/utils/IPLocator.h>
 
+#include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/MeridanePNT.h"
 #include "aspn2_msgs/TopicTypes.h"
 #include "aspn2_msgs/UTCTime.h"
@@ -52,7 +60,8 @@ struct Options {
     std::uint16_t port = 5100;
     int historyDepth = 20;
     bool bestEffort = false;
-    std::vector<std::string> topics;
+    std::vector<std::string> topics;   ///< to publish
+    std::vector<std::string> watched;  ///< to read
 };
 
 /// Lines of different threads, whole and at once.
@@ -112,6 +121,36 @@ idl::MeridanePNT makeMessage(const PntRecord& plain) {
     return message;
 }
 
+idl::EventLog makeMessage(const EventRecord& plain) {
+    idl::EventLog message;
+    message.header(makeHeader(plain.header));
+    message.event_log_type(static_cast<idl::event_log_type_enum>(plain.type));
+    message.eventlog(plain.text);
+    return message;
+}
+
+RecordHeader plainHeader(const idl::header& header) {
+    return {header.seq_num(), header.timestamp_valid().sec(), header.timestamp_valid().nsec(),
+            (header.device_id() >> 16) & 0xFF};
+}
+
+EventRecord plainRecord(const idl::EventLog& message) {
+    return {plainHeader(message.header()), message.event_log_type(), message.eventlog()};
+}
+
+/// The characters before the first NUL, or all.
+template <std::size_t N>
+std::string textOf(const std::array<char, N>& characters) {
+    return {characters.begin(), std::find(characters.begin(), characters.end(), '\0')};
+}
+
+MaintenanceRecord plainRecord(const idl::MaintenanceEvent& message) {
+    return {plainHeader(message.header()), message.criticality_id(),
+            message.category_id(),         message.location_id(),
+            message.outcome_id(),          message.repeat_in_seconds(),
+            textOf(message.identity()),    textOf(message.description())};
+}
+
 /// The participant with the transport of this side of the wire.
 rtps::Participant* createParticipant(const Options& options) {
     rtps::ParticipantAttributes attributes;
@@ -149,7 +188,7 @@ rtps::Participant* createParticipant(const Options& options) {
 class Topic : public rtps::PublisherListener {
 public:
     Topic(rtps::Participant* participant, const Options& options, const std::string& name)
-        : name_(name), bestEffort_(options.bestEffort) {
+        : name_(name), bestEffort_(options.bestEffort), own_(participant->getGuid().guidPrefix) {
         rtps::PublisherAttributes attributes;
         attributes.topic.topicName = name;
         attributes.topic.topicDataType = "aspn2_msgs::idl::" + name;
@@ -173,6 +212,10 @@ public:
     const std::string& name() const { return name_; }
 
     void onPublicationMatched(rtps::Publisher*, rtps::rtps::MatchingInfo& info) override {
+        // A reader of this very program says nothing about the server's.
+        if (info.remoteEndpointGuid.guidPrefix == own_) {
+            return;
+        }
         const std::lock_guard<std::mutex> lock(mutex_);
         matched_ += info.status == rtps::rtps::MATCHED_MATCHING ? 1 : -1;
         changed_.notify_all();
@@ -195,6 +238,10 @@ public:
         }
         if (name_ == UtcRecord::topic) {
             UtcRecord nobody;
+            nobody.header.source = 0;
+            write(nobody);
+        } else if (name_ == EventRecord::topic) {
+            EventRecord nobody;
             nobody.header.source = 0;
             write(nobody);
         } else {
@@ -236,11 +283,51 @@ public:
 private:
     const std::string name_;
     const bool bestEffort_;
+    const rtps::rtps::GuidPrefix_t own_;
     rtps::Publisher* publisher_ = nullptr;
     std::atomic<std::int64_t> sequence_{0};
     std::mutex mutex_;
     std::condition_variable changed_;
     int matched_ = 0;  // guarded by mutex_
+};
+
+/// Reads one topic and reports what others publish on it.
+template <class Message>
+class Watch : public rtps::SubscriberListener {
+public:
+    Watch(rtps::Participant* participant, const Options& options, std::string_view name)
+        : name_(name), own_(participant->getGuid().guidPrefix) {
+        rtps::SubscriberAttributes attributes;
+        attributes.topic.topicName = name_;
+        attributes.topic.topicDataType = "aspn2_msgs::idl::" + name_;
+        attributes.topic.topicKind = rtps::rtps::NO_KEY;
+        attributes.topic.historyQos.kind = rtps::KEEP_LAST_HISTORY_QOS;
+        attributes.topic.historyQos.depth = options.historyDepth;
+        if (!options.bestEffort) {
+            attributes.qos.m_reliability.kind = rtps::RELIABLE_RELIABILITY_QOS;
+            attributes.qos.m_durability.kind = rtps::TRANSIENT_LOCAL_DURABILITY_QOS;
+        }
+        attributes.historyMemoryPolicy = rtps::rtps::PREALLOCATED_WITH_REALLOC_MEMORY_MODE;
+        if (rtps::Domain::createSubscriber(participant, attributes, this) == nullptr) {
+            throw std::runtime_error("cannot watch " + name_);
+        }
+    }
+
+    void onNewDataMessage(rtps::Subscriber* subscriber) override {
+        Message message;
+        rtps::SampleInfo_t info;
+        while (subscriber->takeNextData(&message, &info)) {
+            if (info.sampleKind == rtps::rtps::ALIVE &&
+                info.sample_identity.writer_guid().guidPrefix != own_) {
+                say(std::string(peerProtocol::received) + name_ + " " +
+                    toText(plainRecord(message)));
+            }
+        }
+    }
+
+private:
+    const std::string name_;
+    const rtps::rtps::GuidPrefix_t own_;
 };
 
 /// The running schedule, on a thread of its own.
@@ -280,6 +367,9 @@ private:
                 }
             }
             for (const auto& topic : topics_) {
+                if (topic->name() == EventRecord::topic) {
+                    continue;
+                }
                 const bool written = topic->name() == UtcRecord::topic
                                          ? topic->publish(clockAt(utc + offset))
                                          : topic->publish(navigatorAt(utc + offset));
@@ -297,6 +387,16 @@ private:
     bool stop_ = false;  // guarded by mutex_
     std::thread thread_;
 };
+
+/// Publishes the record that the text tells; empty or why not.
+template <class Record>
+std::string publishText(Topic& topic, const std::string& fields) {
+    Record record;
+    if (!fromText(fields, record)) {
+        return "cannot read the fields";
+    }
+    return topic.publish(record) ? "" : "the transport refused the record";
+}
 
 /// Carries out one request; the text is empty or tells why it failed.
 std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& topics,
@@ -324,14 +424,11 @@ std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& top
             if (topic->name() != name) {
                 continue;
             }
-            UtcRecord utc;
-            PntRecord pnt;
-            const bool isUtc = name == UtcRecord::topic;
-            if (!(isUtc ? fromText(fields, utc) : fromText(fields, pnt))) {
-                return "cannot read the fields";
+            if (name == UtcRecord::topic) {
+                return publishText<UtcRecord>(*topic, fields);
             }
-            const bool written = isUtc ? topic->publish(utc) : topic->publish(pnt);
-            return written ? "" : "the transport refused the record";
+            return name == PntRecord::topic ? publishText<PntRecord>(*topic, fields)
+                                            : publishText<EventRecord>(*topic, fields);
         }
         return "no topic " + name;
     }
@@ -370,7 +467,20 @@ int run(const Options& options) {
     idl::MeridanePNTPubSubType pntType;
     rtps::Domain::registerType(participant, &utcType);
     rtps::Domain::registerType(participant, &pntType);
+    idl::EventLogPubSubType eventType;
+    idl::MaintenanceEventPubSubType maintenanceType;
+    rtps::Domain::registerType(participant, &eventType);
+    rtps::Domain::registerType(participant, &maintenanceType);
     {
+        std::optional<Watch<idl::EventLog>> events;
+        std::optional<Watch<idl::MaintenanceEvent>> faults;
+        for (const std::string& name : options.watched) {
+            if (name == EventRecord::topic) {
+                events.emplace(participant, options, name);
+            } else {
+                faults.emplace(participant, options, name);
+            }
+        }
         std::vector<std::unique_ptr<Topic>> topics;
         for (const std::string& name : options.topics) {
             topics.push_back(std::make_unique<Topic>(participant, options, name));
@@ -386,7 +496,7 @@ int run(const Options& options) {
             say("answer " + number + (failure.empty() ? " ok" : " failed " + failure));
         }
         schedule.stop();
-        // Writers go with the participant, their listeners after it.
+        // Writers and readers go with the participant, their listeners after it.
         rtps::Domain::removeParticipant(participant);
     }
     return 0;
@@ -407,8 +517,9 @@ int main(int argc, char** argv) {
     app.add_option("--depth", options.historyDepth, "History depth");
     app.add_flag("--best-effort", options.bestEffort, "Publish without acknowledgement");
     app.add_option("--topic", options.topics, "Topic to publish; may be given several times")
-        ->check(CLI::IsMember({"UTCTime", "MeridanePNT"}))
-        ->required();
+        ->check(CLI::IsMember({"UTCTime", "MeridanePNT", "EventLog"}));
+    app.add_option("--watch", options.watched, "Topic to read; may be given several times")
+        ->check(CLI::IsMember({"EventLog", "MaintenanceEvent"}));
     CLI11_PARSE(app, argc, argv);
     try {
         return bench::run(options);

@@ -10,9 +10,11 @@ namespace bench {
 ///
 ///     match COUNT MILLISECONDS      waits until each topic has COUNT readers that know of it
 ///     publish TOPIC FIELD=VALUE...  publishes one record
-///     run RATE COUNT START UTC      publishes COUNT records (0: without end) of each topic, RATE a
-///                                   second, from the CLOCK_MONOTONIC instant START on, which is
-///                                   simulated as the instant UTC (nanoseconds both)
+///     run RATE COUNT START UTC      publishes COUNT records (0: without end) of the clock device
+///     and
+///                                   the fusion navigator, RATE a second each, from the
+///                                   CLOCK_MONOTONIC instant START on, which is simulated as the
+///                                   instant UTC (nanoseconds both)
 ///     stop                          ends a run
 ///
 /// Answers: "answer <number> ok" or "answer <number> failed <why>". The end of the standard input
@@ -24,6 +26,8 @@ constexpr std::string_view ready = "ready";
 /// "published TOPIC AT FIELD=VALUE...": AT is the CLOCK_MONOTONIC instant, in nanoseconds, taken
 /// right before the record was handed to the transport.
 constexpr std::string_view published = "published ";
+/// "received TOPIC FIELD=VALUE...": a record of a topic that the program watches has come.
+constexpr std::string_view received = "received ";
 /// "done": a run has published all of its records, or was stopped.
 constexpr std::string_view done = "done";
 

@@ -1,8 +1,9 @@
 #include "bench/TopicRecords.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cinttypes>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -11,14 +12,14 @@
 namespace bench {
 namespace {
 
-/// A field's name and where it lies: in the record or in its header.
-template <class Record>
+/// A field's name and where it lies: in the record, as an integer or a `Value`, or in its header.
+template <class Record, class Value>
 struct Field {
     const char* name;
-    std::variant<std::int64_t RecordHeader::*, std::int64_t Record::*, double Record::*> member;
+    std::variant<std::int64_t RecordHeader::*, std::int64_t Record::*, Value Record::*> member;
 };
 
-constexpr std::array<Field<UtcRecord>, 10> utcFields{{
+constexpr std::array<Field<UtcRecord, double>, 10> utcFields{{
     {"seq", &RecordHeader::sequence},
     {"tag_sec", &RecordHeader::tagSeconds},
     {"tag_nsec", &RecordHeader::tagNanoseconds},
@@ -31,7 +32,7 @@ constexpr std::array<Field<UtcRecord>, 10> utcFields{{
     {"variance", &UtcRecord::timeVariance},
 }};
 
-constexpr std::array<Field<PntRecord>, 25> pntFields{{
+constexpr std::array<Field<PntRecord, double>, 25> pntFields{{
     {"seq", &RecordHeader::sequence},
     {"tag_sec", &RecordHeader::tagSeconds},
     {"tag_nsec", &RecordHeader::tagNanoseconds},
@@ -59,6 +60,29 @@ constexpr std::array<Field<PntRecord>, 25> pntFields{{
     {"assurance", &PntRecord::assurance},
 }};
 
+constexpr std::array<Field<EventRecord, std::string>, 6> eventFields{{
+    {"seq", &RecordHeader::sequence},
+    {"tag_sec", &RecordHeader::tagSeconds},
+    {"tag_nsec", &RecordHeader::tagNanoseconds},
+    {"source", &RecordHeader::source},
+    {"type", &EventRecord::type},
+    {"text", &EventRecord::text},
+}};
+
+constexpr std::array<Field<MaintenanceRecord, std::string>, 11> maintenanceFields{{
+    {"seq", &RecordHeader::sequence},
+    {"tag_sec", &RecordHeader::tagSeconds},
+    {"tag_nsec", &RecordHeader::tagNanoseconds},
+    {"source", &RecordHeader::source},
+    {"criticality", &MaintenanceRecord::criticality},
+    {"category", &MaintenanceRecord::category},
+    {"location", &MaintenanceRecord::location},
+    {"outcome", &MaintenanceRecord::outcome},
+    {"repeat", &MaintenanceRecord::repeatSeconds},
+    {"identity", &MaintenanceRecord::identity},
+    {"description", &MaintenanceRecord::description},
+}};
+
 template <class Record>
 std::int64_t& at(Record& record, std::int64_t RecordHeader::*member) {
     return record.header.*member;
@@ -71,6 +95,10 @@ template <class Record>
 double& at(Record& record, double Record::*member) {
     return record.*member;
 }
+template <class Record>
+std::string& at(Record& record, std::string Record::*member) {
+    return record.*member;
+}
 
 std::string format(std::int64_t value) {
     return std::to_string(value);
@@ -80,6 +108,30 @@ std::string format(double value) {
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "%a", value);
     return text.data();
+}
+
+std::string format(const std::string& value) {
+    return encodeText(value);
+}
+
+bool parse(const std::string& text, std::string& value) {
+    value.clear();
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            value += text[i];
+            continue;
+        }
+        unsigned code = 0;
+        const char* const first = text.data() + std::min(i + 1, text.size());
+        const char* const last = text.data() + std::min(i + 3, text.size());
+        const auto result = std::from_chars(first, last, code, 16);
+        if (result.ec != std::errc() || result.ptr != first + 2) {
+            return false;
+        }
+        value += static_cast<char>(code);
+        i += 2;
+    }
+    return true;
 }
 
 bool parse(const std::string& text, std::int64_t& value) {
@@ -95,8 +147,8 @@ bool parse(const std::string& text, double& value) {
     return !text.empty() && *end == '\0';
 }
 
-template <class Record, std::size_t N>
-std::string write(Record record, const std::array<Field<Record>, N>& fields) {
+template <class Record, class Value, std::size_t N>
+std::string write(Record record, const std::array<Field<Record, Value>, N>& fields) {
     std::string text;
     for (const auto& field : fields) {
         text += (text.empty() ? "" : " ") + std::string(field.name) + "=";
@@ -105,8 +157,9 @@ std::string write(Record record, const std::array<Field<Record>, N>& fields) {
     return text;
 }
 
-template <class Record, std::size_t N>
-bool read(std::string_view text, Record& record, const std::array<Field<Record>, N>& fields) {
+template <class Record, class Value, std::size_t N>
+bool read(std::string_view text, Record& record,
+          const std::array<Field<Record, Value>, N>& fields) {
     std::istringstream words{std::string(text)};
     std::string word;
     while (words >> word) {
@@ -128,17 +181,43 @@ bool read(std::string_view text, Record& record, const std::array<Field<Record>,
 
 }  // namespace
 
+std::string encodeText(std::string_view text) {
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string result;
+    for (const char c : text) {
+        const auto code = static_cast<unsigned char>(c);
+        if (code > ' ' && code < 0x7F && c != '%') {
+            result += c;
+        } else {
+            result += {'%', digits[code >> 4], digits[code & 15]};
+        }
+    }
+    return result;
+}
+
 std::string toText(const UtcRecord& record) {
     return write(record, utcFields);
 }
 std::string toText(const PntRecord& record) {
     return write(record, pntFields);
 }
+std::string toText(const EventRecord& record) {
+    return write(record, eventFields);
+}
+std::string toText(const MaintenanceRecord& record) {
+    return write(record, maintenanceFields);
+}
 bool fromText(std::string_view text, UtcRecord& record) {
     return read(text, record, utcFields);
 }
 bool fromText(std::string_view text, PntRecord& record) {
     return read(text, record, pntFields);
+}
+bool fromText(std::string_view text, EventRecord& record) {
+    return read(text, record, eventFields);
+}
+bool fromText(std::string_view text, MaintenanceRecord& record) {
+    return read(text, record, maintenanceFields);
 }
 
 }  // namespace bench

@@ -1,15 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
 namespace bench {
 
-/// The records that the simulated computer publishes, in plain form, and their text form: the
-/// peer programs take and print them as `field=value` words, floating values in hexadecimal, so
-/// that nothing is lost on the way.
+/// The records that the simulated computer publishes and reads, in plain form, and their text form:
+/// the peer programs take and print them as `field=value` words, floating values in hexadecimal, so
+/// that nothing is lost on the way. In a text, blanks, '%' and what is not printable ASCII stand as
+/// '%' and two hexadecimal digits.
 
 /// When a record is valid, and who made it: what its header carries.
 struct RecordHeader {
@@ -69,12 +69,44 @@ struct PntRecord {
     std::int64_t assurance = 0;
 };
 
+/// A line of the event log: the record EventLog.
+struct EventRecord {
+    static constexpr std::string_view topic = "EventLog";
+    static constexpr std::int64_t gpsEngine = 39;
+    static constexpr std::int64_t information = 2;
+
+    RecordHeader header{0, 0, 0, gpsEngine};
+    std::int64_t type = information;  ///< 0 to 5
+    std::string text;
+};
+
+/// A fault for the maintenance log: the record MaintenanceEvent, without its fault sources.
+struct MaintenanceRecord {
+    static constexpr std::string_view topic = "MaintenanceEvent";
+
+    RecordHeader header;
+    std::int64_t criticality = 0;
+    std::int64_t category = 0;
+    std::int64_t location = 0;
+    std::int64_t outcome = 0;
+    std::int64_t repeatSeconds = 0;
+    std::string identity;
+    std::string description;
+};
+
 std::string toText(const UtcRecord& record);
 std::string toText(const PntRecord& record);
+std::string toText(const EventRecord& record);
+std::string toText(const MaintenanceRecord& record);
 
 /// Sets the fields that the text names; the others stay. False when a word is no `field=value` of
 /// the record or a value is no number.
 bool fromText(std::string_view text, UtcRecord& record);
 bool fromText(std::string_view text, PntRecord& record);
+bool fromText(std::string_view text, EventRecord& record);
+bool fromText(std::string_view text, MaintenanceRecord& record);
+
+/// A text as it stands behind `field=`.
+std::string encodeText(std::string_view text);
 
 }  // namespace bench

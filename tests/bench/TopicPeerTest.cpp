@@ -6,13 +6,16 @@
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 #include <fastrtps/Domain.h>
 #include <fastrtps/attributes/ParticipantAttributes.h>
+#include <fastrtps/attributes/PublisherAttributes.h>
 #include <fastrtps/attributes/SubscriberAttributes.h>
 #include <fastrtps/participant/Participant.h>
+#include <fastrtps/publisher/Publisher.h>
 #include <fastrtps/subscriber/SampleInfo.h>
 #include <fastrtps/subscriber/Subscriber.h>
 #include <fastrtps/subscriber/SubscriberListener.h>
 #include <gtest/gtest.h>
 
+#include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/MeridanePNT.h"
 #include "aspn2_msgs/TopicTypes.h"
 #include "aspn2_msgs/UTCTime.h"
@@ -120,6 +123,37 @@ private:
     rtps::Participant* participant_ = nullptr;
     idl::UTCTimePubSubType utcType_;
     idl::MeridanePNTPubSubType pntType_;
+};
+
+/// A writer of one topic in this process, on shared memory.
+template <class Message, class Type>
+class Writer {
+public:
+    Writer(const TopicPeer::Options& options, const std::string& topic) {
+        rtps::ParticipantAttributes attributes;
+        attributes.domainId = options.domain;
+        attributes.rtps.useBuiltinTransports = false;
+        attributes.rtps.userTransports.push_back(
+            std::make_shared<dds::rtps::SharedMemTransportDescriptor>());
+        participant_ = rtps::Domain::createParticipant(attributes);
+        rtps::Domain::registerType(participant_, &type_);
+        rtps::PublisherAttributes writer;
+        writer.topic.topicName = topic;
+        writer.topic.topicDataType = "aspn2_msgs::idl::" + topic;
+        writer.qos.m_reliability.kind = rtps::RELIABLE_RELIABILITY_QOS;
+        writer.qos.m_durability.kind = rtps::TRANSIENT_LOCAL_DURABILITY_QOS;
+        publisher_ = rtps::Domain::createPublisher(participant_, writer);
+    }
+    ~Writer() { rtps::Domain::removeParticipant(participant_); }
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    void publish(Message& message) { ASSERT_TRUE(publisher_->write(&message)); }
+
+private:
+    Type type_;
+    rtps::Participant* participant_ = nullptr;
+    rtps::Publisher* publisher_ = nullptr;
 };
 
 class TopicPeerTest : public testing::Test {
@@ -236,6 +270,86 @@ TEST_F(TopicPeerTest, TwoPeersOnOneScheduleGiveTheSameTags) {
                   static_cast<std::int64_t>(i) * 5'000'000);
     }
     EXPECT_TRUE(clock.navigatorPublications().empty());
+}
+
+/// Collects the records that the event logger's thread brings.
+template <class Record>
+class Inbox {
+public:
+    void take(const Record& record) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        records_.push_back(record);
+        changed_.notify_all();
+    }
+    std::vector<Record> wait(std::size_t count) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait_for(lock, deadline, [&] { return records_.size() >= count; });
+        return records_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<Record> records_;
+};
+
+TEST_F(TopicPeerTest, EventLoggersHearEachOtherAndNotThemselves) {
+    options.role = TopicPeer::Role::EventLogger;
+    std::array<Inbox<EventRecord>, 2> heard;
+    options.onEvent = [&](const EventRecord& event) { heard[0].take(event); };
+    TopicPeer first(options);
+    options.role = TopicPeer::Role::All;
+    options.onEvent = [&](const EventRecord& event) { heard[1].take(event); };
+    TopicPeer second(options);
+    // Each waits with a record of no source, which the other hears too.
+    ASSERT_TRUE(first.waitForReaders(1, deadline)) << first.lastFailure();
+    EventRecord event;
+    event.type = 3;
+    event.text = "TREVO[12]: 100 % lost\n";
+    ASSERT_TRUE(first.publish(event)) << first.lastFailure();
+    const auto records = heard[1].wait(2);
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(records[0].header.source, 0);
+    EXPECT_EQ(records[1].header.source, EventRecord::gpsEngine);
+    EXPECT_EQ(records[1].header.sequence, 1);
+    EXPECT_EQ(records[1].type, 3);
+    EXPECT_EQ(records[1].text, event.text);
+    event.text = "back";
+    ASSERT_TRUE(second.publish(event)) << second.lastFailure();
+    const auto answers = heard[0].wait(1);
+    ASSERT_EQ(answers.size(), 1U);
+    EXPECT_EQ(answers[0].text, "back");
+}
+
+TEST_F(TopicPeerTest, EventLoggerAloneKnowsOfNoReader) {
+    options.role = TopicPeer::Role::EventLogger;
+    TopicPeer peer(options);
+    EXPECT_FALSE(peer.waitForReaders(1, 500ms));
+    EXPECT_EQ(peer.lastFailure().substr(peer.lastFailure().find("failed")),
+              "failed EventLog is known to 0 readers");
+}
+
+TEST_F(TopicPeerTest, EventLoggerHearsMaintenanceEvents) {
+    options.role = TopicPeer::Role::EventLogger;
+    Inbox<MaintenanceRecord> heard;
+    options.onMaintenance = [&](const MaintenanceRecord& fault) { heard.take(fault); };
+    TopicPeer peer(options);
+    Writer<idl::MaintenanceEvent, idl::MaintenanceEventPubSubType> writer(options,
+                                                                          "MaintenanceEvent");
+    idl::MaintenanceEvent message;
+    message.header().device_id(59 << 16);
+    message.criticality_id(2);
+    message.repeat_in_seconds(300);
+    message.identity().fill('I');  // full, without a terminator
+    std::copy_n("no answer", 10, message.description().begin());
+    writer.publish(message);
+    const auto faults = heard.wait(1);
+    ASSERT_EQ(faults.size(), 1U);
+    EXPECT_EQ(faults[0].header.source, 59);
+    EXPECT_EQ(faults[0].criticality, 2);
+    EXPECT_EQ(faults[0].repeatSeconds, 300);
+    EXPECT_EQ(faults[0].identity, std::string(16, 'I'));
+    EXPECT_EQ(faults[0].description, "no answer");
 }
 
 TEST_F(TopicPeerTest, StopsARunWithoutEnd) {

@@ -61,5 +61,46 @@ TEST(TopicRecords, RefusesUnknownFieldsAndBadNumbers) {
     EXPECT_FALSE(fromText("variance=much", record));
 }
 
+TEST(TopicRecords, EventTextComesBackExactly) {
+    EventRecord record;
+    record.header = {5, 1700000000, 123456789, 59};
+    record.type = 3;
+    record.text = std::string("50% of\tline 2\n\x80=x\0y", 19);
+    const std::string text = toText(record);
+    EXPECT_EQ(text,
+              "seq=5 tag_sec=1700000000 tag_nsec=123456789 source=59 type=3 "
+              "text=50%25%20of%09line%202%0A%80=x%00y");
+    EventRecord other;
+    other.text = "old";
+    ASSERT_TRUE(fromText(text, other));
+    EXPECT_EQ(other.text, record.text);
+    EXPECT_EQ(other.type, 3);
+    ASSERT_TRUE(fromText("text=", other));
+    EXPECT_EQ(other.text, "");
+}
+
+TEST(TopicRecords, RefusesTextsWithBrokenCodes) {
+    EventRecord record;
+    EXPECT_FALSE(fromText("text=%", record));
+    EXPECT_FALSE(fromText("text=a%2", record));
+    EXPECT_FALSE(fromText("text=%zz", record));
+    EXPECT_FALSE(fromText("text=%-1", record));
+    EXPECT_FALSE(fromText("text=two words", record));
+}
+
+TEST(TopicRecords, MaintenanceTextComesBackExactly) {
+    MaintenanceRecord record;
+    ASSERT_TRUE(fromText(
+        "seq=1 tag_sec=2 tag_nsec=3 source=59 criticality=4 category=5 location=6 outcome=7 "
+        "repeat=-8 identity=PNT-D description=no%20answer",
+        record));
+    EXPECT_EQ(record.repeatSeconds, -8);
+    EXPECT_EQ(record.identity, "PNT-D");
+    EXPECT_EQ(record.description, "no answer");
+    MaintenanceRecord other;
+    ASSERT_TRUE(fromText(toText(record), other));
+    EXPECT_EQ(toText(other), toText(record));
+}
+
 }  // namespace
 }  // namespace bench
