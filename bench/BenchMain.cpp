@@ -3,34 +3,66 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
-#include "bench/Demo.h"
+#include "bench/LiveRun.h"
+#include "bench/Scenario.h"
+
+namespace {
+
+/// "NAME=VALUE" as CLI11 wants a check: empty when it is one.
+std::string checkAssignment(const std::string& text) {
+    return text.find('=') == std::string::npos ? "NAME=VALUE expected: " + text : "";
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
-    bench::DemoOptions options;
-    CLI::App app("A simulated navigation computer and receiver unit around the real ZephonServer");
-    app.require_subcommand(1);
-    CLI::App* demo = app.add_subcommand(
-        "demo", "Publishes fused solutions and checks what reaches the unit's serial line");
-    demo->add_option("--server", options.server, "The server to run (default: next to this one)")
+    bench::LiveOptions options;
+    std::vector<std::string> assignments;
+    std::string rate;
+    std::string duration;
+    CLI::App app(
+        "Plays a scenario with the real ZephonServer between a simulated computer and receiver "
+        "unit, and shows what passes");
+    app.footer(bench::scenarioGrammar);
+    app.add_option("--scenario", options.scenario,
+                   "File of steps (default: the demo, as installed)")
+        ->check(CLI::ExistingFile)
+        ->take_last();
+    app.add_option("--set", assignments, "NAME=VALUE: what ${NAME} stands for in the scenario")
+        ->check(checkAssignment)
+        ->allow_extra_args(false);
+    app.add_option("--rate", rate, "The same as --set rate=...: solutions a second")
+        ->check(CLI::Range(0.1, 1000.0));
+    app.add_option("--duration", duration,
+                   "The same as --set duration=...s: seconds; 0 runs until Ctrl-C")
+        ->check(CLI::NonNegativeNumber);
+    app.add_option("--server", options.server, "The server to run (default: next to this program)")
         ->check(CLI::ExistingFile);
-    demo->add_option("--configuration", options.configuration,
-                     "Folder of the server's files, copied and fitted to the bench\n"
-                     "(default: the example as installed)")
+    app.add_option("--configuration", options.configuration,
+                   "Folder of the server's files, copied and fitted to the bench\n"
+                   "(default: the example as installed)")
         ->check(CLI::ExistingDirectory)
         ->take_last();
-    demo->add_option("--duration", options.duration, "Seconds; 0 runs until Ctrl-C")
-        ->check(CLI::NonNegativeNumber);
-    demo->add_option("--rate", options.rate, "Solutions a second")
-        ->check(CLI::Range(0.1, 1000.0))
-        ->capture_default_str();
-    demo->add_option("--transport", options.transport, "Transport of the server")
+    app.add_option("--transport", options.transport, "Transport of the server")
         ->check(CLI::IsMember({"SHM", "UDP", "TCP_Client", "TCP_Server"}))
         ->capture_default_str();
-    demo->add_flag("--keep", options.keep, "Leave configuration and device root standing");
+    app.add_flag("--keep", options.keep, "Leave configuration and device root standing");
     CLI11_PARSE(app, argc, argv);
+    for (const std::string& assignment : assignments) {
+        const std::size_t equals = assignment.find('=');
+        options.variables[assignment.substr(0, equals)] = assignment.substr(equals + 1);
+    }
+    if (!rate.empty()) {
+        options.variables["rate"] = rate;
+    }
+    if (!duration.empty()) {
+        options.variables["duration"] = duration + "s";
+    }
 
     // Taken by sigtimedwait alone, so blocked before any thread exists.
     sigset_t ending;
@@ -39,7 +71,7 @@ int main(int argc, char** argv) {
     sigaddset(&ending, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &ending, nullptr);
     try {
-        return bench::runDemo(options, ending);
+        return bench::runLive(options, ending);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "zephon-bench: %s\n", failure.what());
         return 1;

@@ -1,6 +1,5 @@
 #include "bench/DemoDisplay.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -11,10 +10,6 @@ namespace bench {
 namespace {
 
 constexpr double degreesOfRadian = 180 / 3.14159265358979323846;
-
-double microseconds(SolutionLedger::Clock::duration duration) {
-    return std::chrono::duration<double, std::micro>(duration).count();
-}
 
 std::string text(const LatencySummary& latency) {
     if (latency.count == 0) {
@@ -46,32 +41,6 @@ std::string placeText(const SolutionFrame& solution) {
 
 }  // namespace
 
-LatencySummary LatencySummary::of(SolutionLedger::Latencies latencies) {
-    LatencySummary summary;
-    summary.count = latencies.size();
-    if (latencies.empty()) {
-        return summary;
-    }
-    std::sort(latencies.begin(), latencies.end());
-    // The smallest value that the given part of all values does not exceed.
-    const auto percentile = [&latencies](std::size_t percent) {
-        const std::size_t rank = (latencies.size() * percent + 99) / 100;
-        return microseconds(latencies[std::max<std::size_t>(rank, 1) - 1]);
-    };
-    summary.p50 = percentile(50);
-    summary.p99 = percentile(99);
-    summary.max = microseconds(latencies.back());
-    return summary;
-}
-
-std::uint64_t DemoSnapshot::checksumErrors() const {
-    std::uint64_t sum = 0;
-    for (const UnitModel::Statistics& link : links) {
-        sum += link.line.checksumErrors();
-    }
-    return sum;
-}
-
 std::string framesById(const UnitModel::Statistics& statistics) {
     std::string text;
     for (const auto& [id, count] : statistics.framesById) {
@@ -80,27 +49,29 @@ std::string framesById(const UnitModel::Statistics& statistics) {
     return text.empty() ? "none" : text;
 }
 
-std::string liveBlock(const DemoSnapshot& snapshot) {
-    const SolutionLedger::Totals& totals = snapshot.totals;
+std::string liveBlock(const RunFigures& figures) {
+    const SolutionLedger::Totals& totals = figures.totals;
     std::string text = fmt::format("  running     {:.0f} s, {:g} pairs a second, transport {}\n",
-                                   std::chrono::duration<double>(snapshot.elapsed).count(),
-                                   snapshot.rate, snapshot.transport);
+                                   std::chrono::duration<double>(figures.elapsed).count(),
+                                   figures.rate, figures.transport);
     text += fmt::format("  published   {} pairs of UTCTime and MeridanePNT ({} records)\n",
                         totals.pairs, totals.records);
     text += fmt::format("  arrived     {} solutions (message 15050) on link 1, {:.1f} a second\n",
-                        totals.frames, snapshot.framesPerSecond);
+                        totals.frames, figures.framesPerSecond);
     text += fmt::format("              {} right byte for byte, {} wrong, {} missing\n",
                         totals.right, totals.wrong + totals.unexplained, totals.missing);
-    text += fmt::format("  latency     last second   {}\n", bench::text(snapshot.lastSecond));
-    text += fmt::format("              since start   {}\n", bench::text(snapshot.overall));
+    text += fmt::format("  latency     last second   {}\n", bench::text(figures.recent));
+    text += fmt::format("              since start   {}\n", bench::text(figures.overall));
     text += fmt::format("  faults      {} checksum errors, {} handshake time-outs\n",
-                        snapshot.checksumErrors(), snapshot.handshakeTimeouts);
-    for (std::size_t i = 0; i < snapshot.links.size(); ++i) {
+                        figures.checksumErrors(), figures.handshakeTimeouts);
+    for (std::size_t i = 0; i < figures.links.size(); ++i) {
         text += fmt::format("  {:<12}link {}: {}\n", i == 0 ? "frames" : "", i + 1,
-                            framesById(snapshot.links[i]));
+                            framesById(figures.links[i]));
     }
-    if (snapshot.solution) {
-        const SolutionFrame& solution = *snapshot.solution;
+    text += fmt::format("  events      {} on EventLog, {} on MaintenanceEvent\n", figures.events,
+                        figures.faults);
+    if (figures.solution) {
+        const SolutionFrame& solution = *figures.solution;
         text += fmt::format("  solution    GPS week {}, time of week {:.3f} s\n", solution.gpsWeek,
                             solution.gpsTimeOfWeek);
         text += fmt::format(
@@ -114,13 +85,16 @@ std::string liveBlock(const DemoSnapshot& snapshot) {
     return text;
 }
 
-std::string liveLine(const DemoSnapshot& snapshot) {
-    const SolutionLedger::Totals& totals = snapshot.totals;
+std::string liveLine(const RunFigures& figures) {
+    const SolutionLedger::Totals& totals = figures.totals;
     std::string text = fmt::format(
         "{:>5.0f} s  {} of {} pairs right  {:.1f}/s  {}  {} checksum errors  {} time-outs",
-        std::chrono::duration<double>(snapshot.elapsed).count(), totals.right, totals.pairs,
-        snapshot.framesPerSecond, bench::text(snapshot.lastSecond), snapshot.checksumErrors(),
-        snapshot.handshakeTimeouts);
+        std::chrono::duration<double>(figures.elapsed).count(), totals.right, totals.pairs,
+        figures.framesPerSecond, bench::text(figures.recent), figures.checksumErrors(),
+        figures.handshakeTimeouts);
+    if (figures.events + figures.faults > 0) {
+        text += fmt::format("  {} events", figures.events + figures.faults);
+    }
     const std::uint64_t wrong = totals.wrong + totals.unexplained;
     if (wrong + totals.missing > 0) {
         text += fmt::format("  {} WRONG  {} MISSING", wrong, totals.missing);

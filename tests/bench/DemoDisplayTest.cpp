@@ -9,8 +9,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-DemoSnapshot snapshot() {
-    DemoSnapshot result;
+RunFigures someFigures() {
+    RunFigures result;
     result.transport = "SHM";
     result.rate = 10;
     result.elapsed = 12s;
@@ -25,6 +25,8 @@ DemoSnapshot snapshot() {
     result.links[1].line.headerErrors = 1;
     result.links[2].line.dataErrors = 2;
     result.handshakeTimeouts = 4;
+    result.events = 5;
+    result.faults = 2;
     return result;
 }
 
@@ -49,26 +51,29 @@ TEST(LatencySummary, TakesOneValueAndNone) {
 }
 
 TEST(DemoDisplay, LineTellsTheFigures) {
-    EXPECT_EQ(liveLine(snapshot()),
+    EXPECT_EQ(liveLine(someFigures()),
               "   12 s  117 of 120 pairs right  9.9/s  no frame  3 checksum errors  4 time-outs  "
-              "2 WRONG  1 MISSING");
+              "7 events  2 WRONG  1 MISSING");
 }
 
-TEST(DemoDisplay, LineIsSilentOnWrongAndMissingSolutionsThatThereAreNot) {
-    DemoSnapshot figures = snapshot();
+TEST(DemoDisplay, LineIsSilentOnEventsAndWrongSolutionsThatThereAreNot) {
+    RunFigures figures = someFigures();
     figures.totals.wrong = 0;
     figures.totals.missing = 0;
-    figures.lastSecond = LatencySummary::of({432us, 1313us});
+    figures.events = 0;
+    figures.faults = 0;
+    figures.recent = LatencySummary::of({432us, 1313us});
     EXPECT_EQ(liveLine(figures),
               "   12 s  117 of 120 pairs right  9.9/s  p50   432  p99  1313  max  1313 us  "
               "3 checksum errors  4 time-outs");
 }
 
 TEST(DemoDisplay, BlockTellsTheFiguresInAFixedNumberOfLines) {
-    DemoSnapshot figures = snapshot();
+    RunFigures figures = someFigures();
     const std::string before = liveBlock(figures);
     EXPECT_NE(before.find("117 right byte for byte, 2 wrong, 1 missing"), std::string::npos);
     EXPECT_NE(before.find("3 checksum errors, 4 handshake time-outs"), std::string::npos);
+    EXPECT_NE(before.find("5 on EventLog, 2 on MaintenanceEvent"), std::string::npos);
     EXPECT_NE(before.find("link 1: 119 x 15050 fused solution, 3 x 27560"), std::string::npos);
     EXPECT_NE(before.find("link 2: none"), std::string::npos);
     figures.solution = SolutionFrame{};

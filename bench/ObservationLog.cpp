@@ -1,0 +1,65 @@
+#include "bench/ObservationLog.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace bench {
+
+void ObservationLog::add(Observation observation) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    auto& seen = bySource_[observation.source];
+    seen.push_back(std::move(observation));
+    if (seen.size() > kept_) {
+        seen.pop_front();
+    }
+    changed_.notify_all();
+}
+
+ObservationLog::Outcome ObservationLog::take(const std::string& source, const Predicate& wanted,
+                                             Clock::time_point deadline) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    auto& seen = bySource_[source];
+    while (true) {
+        const auto found = std::find_if(seen.begin(), seen.end(), wanted);
+        if (found != seen.end()) {
+            seen.erase(found);
+            return Outcome::Seen;
+        }
+        if (interrupted_) {
+            return Outcome::Interrupted;
+        }
+        if (Clock::now() >= deadline) {
+            return Outcome::TimedOut;
+        }
+        changed_.wait_until(lock, deadline);
+    }
+}
+
+ObservationLog::Outcome ObservationLog::pause(Clock::time_point until) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_until(lock, until, [this] { return interrupted_; }) ? Outcome::Interrupted
+                                                                             : Outcome::TimedOut;
+}
+
+void ObservationLog::interrupt() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    interrupted_ = true;
+    changed_.notify_all();
+}
+
+void ObservationLog::resume() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    interrupted_ = false;
+}
+
+std::deque<Observation> ObservationLog::rest(const std::string& source, std::size_t most) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = bySource_.find(source);
+    if (found == bySource_.end()) {
+        return {};
+    }
+    const auto& seen = found->second;
+    return {seen.end() - static_cast<std::ptrdiff_t>(std::min(most, seen.size())), seen.end()};
+}
+
+}  // namespace bench
