@@ -17,8 +17,7 @@ bool EventQueue::push_back(int type, std::string text) {
     if (events_.size() >= limit_) {
         return false;
     }
-    events_.push_back({type, std::move(text)});
-    changed_.notifyOne();
+    appendEvent({0, type, std::move(text)});
     return true;
 }
 
@@ -72,16 +71,30 @@ std::size_t EventQueue::size() const {
 }
 
 unsigned EventQueue::appendConfig(const std::string& text, unsigned id) {
-    EventItem event{configEventType_, text};
-    configs_.push_back({id, event, clock_() + repeatDuration_});
-    events_.push_back(std::move(event));
-    changed_.notifyOne();
+    EventItem event{id, configEventType_, text};
+    configs_.push_back({event, clock_() + repeatDuration_});
+    const auto waiting =
+        events_.size() < limit_
+            ? events_.rend()
+            : std::find_if(events_.rbegin(), events_.rend(),
+                           [id](const EventItem& item) { return item.configId == id; });
+    if (waiting != events_.rend()) {
+        waiting->text = text;
+    } else {
+        appendEvent(std::move(event));
+    }
     return id;
 }
 
+void EventQueue::appendEvent(EventItem event) {
+    events_.push_back(std::move(event));
+    changed_.notifyOne();
+}
+
 bool EventQueue::removeConfig(unsigned id) {
-    const auto item = std::find_if(configs_.begin(), configs_.end(),
-                                   [id](const ConfigItem& config) { return config.id == id; });
+    const auto item =
+        std::find_if(configs_.begin(), configs_.end(),
+                     [id](const ConfigItem& config) { return config.event.configId == id; });
     if (item == configs_.end()) {
         return false;
     }
@@ -100,7 +113,7 @@ void EventQueue::repeatConfigs() {
         ConfigItem config = std::move(configs_.front());
         configs_.pop_front();
         config.nextRepeat = now + repeatDuration_;
-        events_.push_back(config.event);
+        appendEvent(config.event);
         configs_.push_back(std::move(config));
     }
 }

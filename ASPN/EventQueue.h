@@ -31,7 +31,8 @@ public:
     unsigned push_back_config(const std::string& text) EXCLUDES(mutex_);
 
     /// The same in place of the line `id`, which it returns. An unknown id replaces nothing: the
-    /// line gets an id of its own.
+    /// line gets an id of its own. When the queue is full and the replaced line still waits in it,
+    /// the new one takes its place there, so that a line which changes fast fills no memory.
     unsigned push_back_config(const std::string& text, unsigned id) EXCLUDES(mutex_);
 
     /// Ends the repeats of a configuration line; an unknown id is ignored.
@@ -51,16 +52,17 @@ public:
 
 private:
     struct EventItem {
+        unsigned configId = 0;  // 0: no configuration line
         int type = 0;
         std::string text;
     };
     struct ConfigItem {
-        unsigned id = 0;
         EventItem event;
         std::chrono::steady_clock::time_point nextRepeat;
     };
 
     unsigned appendConfig(const std::string& text, unsigned id) REQUIRES(mutex_);
+    void appendEvent(EventItem event) REQUIRES(mutex_);
     bool removeConfig(unsigned id) REQUIRES(mutex_);
     void repeatConfigs() REQUIRES(mutex_);
 

@@ -7,8 +7,10 @@
 #include <utility>
 
 #include "ASPN/FaultHysteresis.h"
+#include "ASPN/TimeTags.h"
 #include "aspn2_msgs/EventLog.h"
 #include "face/ReturnCode.h"
+#include "platform/FpgaFace.h"
 
 namespace {
 
@@ -117,6 +119,7 @@ void HealthReporter::pubThreadFunction() {
 void HealthReporter::publishChange(int type, const std::string& text) {
     aspn2_msgs::idl::EventLog record;
     record.header().device_id(static_cast<std::int32_t>(deviceId_));
+    ASPN2::setToVandToA_fromFpgaTicks(FpgaFace::fpga_get_SystemCount(), record.header());
     record.header().seq_num(sequence_++);
     record.event_log_type(static_cast<aspn2_msgs::idl::event_log_type_enum>(type));
     record.eventlog(text);

@@ -221,6 +221,37 @@ TEST(EventQueue, AppendsWhenTheReplacedIdIsUnknown) {
     EXPECT_EQ(q.queue.push_back_config("b2", 2), 2U);
 }
 
+TEST(EventQueue, AConfigLineThatChangesFastDoesNotGrowAFullQueue) {
+    Queue q;
+    const unsigned id = q.queue.push_back_config("0");
+    const unsigned other = q.queue.push_back_config("other");
+    for (int change = 1; change <= 1000; ++change) {
+        q.queue.push_back_config(std::to_string(change), id);
+    }
+    EXPECT_EQ(q.queue.push_back_config("other 2", other), other);
+    EXPECT_EQ(q.queue.size(), 10U + 2U);
+    // The youngest is the last of its kind, as who reads them takes it.
+    EXPECT_THAT(q.takeAll(), ElementsAre("2 0", "2 other 2", "2 1", "2 2", "2 3", "2 4", "2 5",
+                                         "2 6", "2 7", "2 1000"));
+    q.clock.advance(300s);
+    std::vector<std::string> const repeated = q.takeAll();
+    EXPECT_THAT(repeated, ElementsAre("2 1000", "2 other 2"));
+}
+
+TEST(EventQueue, AConfigLineThatComesToAFullQueueWaitsInItOnce) {
+    Queue q;
+    const unsigned id = q.queue.push_back_config("0");
+    q.takeAll();
+    while (q.queue.push_back(1, "x")) {
+    }
+    for (int change = 1; change <= 1000; ++change) {
+        q.queue.push_back_config(std::to_string(change), id);
+    }
+    std::vector<std::string> const taken = q.takeAll();
+    EXPECT_EQ(taken.size(), 11U);
+    EXPECT_EQ(taken.back(), "2 1000");
+}
+
 TEST(EventQueue, ErasedConfigLinesComeNoMore) {
     Queue q;
     const unsigned id = q.queue.push_back_config("a");
