@@ -43,7 +43,7 @@ public:
     static unsigned long long getUARTDataTimestampRaw(unsigned uart);
     static unsigned long long getPulseTimestampRaw(int pulse);
 
-    // The delay that the FPGA takes off a UART's stamps, in ticks.
+    // The delay that the FPGA compensates in a UART's stamps, in ticks.
     static void setUartDelay(unsigned uart, unsigned ticks);
 
     /// The time that `chars` characters take on the line, cut to whole ticks; at most the largest
