@@ -1,5 +1,6 @@
 #include "bench/Bench.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <thread>
@@ -47,9 +48,16 @@ Bench::Bench(Options options) : options_(std::move(options)), devices_(folder_.p
     removeDomainPorts(static_cast<int>(domain_.id()));
     options_.settings = complete(options_.settings, domain_);
     configuration_ = ExampleConfiguration(options_.settings, options_.example);
+    for (const unsigned channel : options_.settings.channels) {
+        options_.fpga.uarts = std::max(options_.fpga.uarts, channel + 1);
+    }
+    fpga_ = std::make_unique<FpgaModel>(devices_.memoryPath(), configuration_.memoryRegions(),
+                                        options_.fpga);
     for (unsigned link = 1; link <= links; ++link) {
+        const unsigned channel = options_.settings.channels.at(link - 1);
+        options_.units.at(link - 1).sending = [this, channel] { fpga_->uartDataArrived(channel); };
         units_.at(link - 1) = std::make_unique<UnitModel>(options_.units.at(link - 1));
-        devices_.linkSerial(options_.settings.channels.at(link - 1), unit(link).devicePath());
+        devices_.linkSerial(channel, unit(link).devicePath());
     }
     for (unsigned port = 0; port < queues; ++port) {
         devices_.makeQueue(port);

@@ -13,14 +13,15 @@
 #include "bench/DeviceRoot.h"
 #include "bench/DomainLock.h"
 #include "bench/ExampleConfiguration.h"
+#include "bench/FpgaModel.h"
 #include "bench/TemporaryFolder.h"
 #include "bench/TopicPeer.h"
 #include "bench/UnitModel.h"
 
 namespace bench {
 
-/// The server among all that it meets: a DDS domain and a device root of its own, a unit on each
-/// of the three links, a configuration, and the real program in a process of its own.
+/// The server among all that it meets: a DDS domain and a device root of its own, the FPGA, a unit
+/// on each of the three links, a configuration, and the real program in a process of its own.
 ///
 ///     Bench bench;
 ///     bench.start();
@@ -40,8 +41,9 @@ public:
         std::filesystem::path server = programFolder() / "ZephonServer";
         std::filesystem::path example = ExampleConfiguration::installedFolder();  ///< changed by:
         ExampleConfiguration::Settings settings;  ///< domain, and port unless given, are set here
-        std::array<UnitModel::Options, links> units;
-        std::map<std::string, std::string> environment;           ///< added to the server's
+        std::array<UnitModel::Options, links> units;     ///< `sending` is set here
+        FpgaModel::Options fpga;                         ///< `uarts` grows to cover the links
+        std::map<std::string, std::string> environment;  ///< added to the server's
         std::function<bool(const std::string& line)> serverLine;  ///< ChildProcess::lineHandler
     };
 
@@ -57,6 +59,10 @@ public:
 
     /// The unit on link 1, 2 or 3. Raises std::out_of_range for another number.
     UnitModel& unit(unsigned link) { return *units_.at(link - 1); }
+
+    /// The registers, in the regions that the example configuration names. What a unit sends moves
+    /// the stamp of the UART whose number is its link's channel.
+    FpgaModel& fpga() { return *fpga_; }
 
     DeviceRoot& devices() { return devices_; }
     const DeviceRoot& devices() const { return devices_; }
@@ -92,6 +98,7 @@ private:
     TemporaryFolder folder_;
     DeviceRoot devices_;
     ExampleConfiguration configuration_;
+    std::unique_ptr<FpgaModel> fpga_;  // outlives the units, which stamp their bytes there
     std::array<std::unique_ptr<UnitModel>, links> units_;
     std::unique_ptr<ChildProcess> server_;
 };

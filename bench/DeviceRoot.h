@@ -9,7 +9,7 @@
 namespace bench {
 
 /// The folder that stands for /dev: `ttyS<n>` are symbolic links to pseudo-terminals, `mcs<n>`
-/// named pipes.
+/// named pipes, `mem` a file that stands for physical memory, once FpgaModel has made it.
 /// The program under test finds it through the environment variable named here.
 /// Calls come from one thread at a time.
 class DeviceRoot {
@@ -21,6 +21,8 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
     std::filesystem::path serialPath(unsigned channel) const;
+
+    std::filesystem::path memoryPath() const { return path_ / "mem"; }
 
     /// Points ttyS<channel> at `device`, replacing an earlier link in one step.
     void linkSerial(unsigned channel, const std::string& device) const;

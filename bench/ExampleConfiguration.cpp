@@ -1,6 +1,7 @@
 #include "bench/ExampleConfiguration.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
@@ -146,6 +147,22 @@ void ExampleConfiguration::omitContainer(const std::string& container) {
     for (XMLElement* const element : found) {
         element->Parent()->DeleteChild(element);
     }
+}
+
+std::map<std::string, MemoryRegion> ExampleConfiguration::memoryRegions() const {
+    const auto number = [](XMLElement& region, const char* key) {
+        const XMLElement* const element = keyOf(region, key);
+        if (element == nullptr) {
+            throw std::out_of_range("a region of memory has no " + std::string(key));
+        }
+        return std::strtoull(text(element).c_str(), nullptr, 0);
+    };
+    std::map<std::string, MemoryRegion> regions;
+    for (XMLElement* const region : containersOf(files_, "Memory_Region")) {
+        regions[text(region->FirstChildElement("Name"))] = {number(*region, "BaseAddress"),
+                                                            number(*region, "Size")};
+    }
+    return regions;
 }
 
 void ExampleConfiguration::replace(File file, const std::string& text) {

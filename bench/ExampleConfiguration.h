@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "bench/FpgaModel.h"
+
 namespace tinyxml2 {
 class XMLDocument;
 }  // namespace tinyxml2
@@ -68,6 +70,10 @@ public:
 
     /// Does not write the file at all.
     void omit(File file);
+
+    /// The regions of physical memory that the files name, as they stand now. Raises
+    /// std::out_of_range when one lacks its address or size.
+    std::map<std::string, MemoryRegion> memoryRegions() const;
 
     /// Writes the files into `folder`, which must exist, and returns the path of the top-level
     /// one. Comments stay; relative names of files become paths in `folder`. Raises

@@ -247,6 +247,9 @@ void UnitModel::writeOutgoing() {
     std::size_t written = 0;
     do {
         const std::size_t size = std::min(writePiece, outgoing_.size());
+        if (size > 0 && options_.sending) {
+            options_.sending();
+        }
         const Bytes piece(outgoing_.begin(), outgoing_.begin() + static_cast<std::ptrdiff_t>(size));
         written = terminal_.write(piece.data(), piece.size());
         outgoing_.erase(outgoing_.begin(),

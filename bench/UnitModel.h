@@ -63,6 +63,9 @@ public:
         std::size_t keptFrames = 50000;  ///< older frames leave the log, not the counters
         /// Called on the model's thread for each frame, before it is logged. Must not call back.
         std::function<void(const LoggedFrame&)> observer;
+        /// Called on the model's thread whenever it is about to hand bytes to the line, with the
+        /// model's lock held. Must not call back.
+        std::function<void()> sending;
     };
 
     struct Statistics {

@@ -87,7 +87,9 @@ TEST_F(BenchTest, GivesTheServerItsFileAndItsDevices) {
     const std::string output = bench->server().standardOutput();
     EXPECT_NE(output.find("file " + (bench->folder().path() / "zephon-server.xml").string()),
               std::string::npos);
-    EXPECT_NE(output.find("green\nttyS4\nttyS5\nttyS6\n"), std::string::npos) << output;
+    EXPECT_NE(output.find("green\nmcs0\nmcs1\nmcs2\nmcs3\nmcs4\nmem\nttyS4\nttyS5\nttyS6\n"),
+              std::string::npos)
+        << output;
     EXPECT_NE(output.find("<PARAM_5>77</PARAM_5>"), std::string::npos);
 }
 
@@ -105,6 +107,31 @@ TEST_F(BenchTest, EachLinkEndsAtItsUnit) {
     }
     EXPECT_THROW(bench->unit(0), std::out_of_range);
     EXPECT_THROW(bench->unit(4), std::out_of_range);
+}
+
+TEST_F(BenchTest, WhatAUnitSendsStampsTheUartOfItsChannel) {
+    Bench::Options options;
+    options.settings.channels = {4, 5, 6};
+    prepare("true", options);
+    EXPECT_EQ(bench->fpga().read32("Processor_Interface", 0x20), 7U) << "UARTs 0 to 6";
+    const auto stamp = [this](unsigned uart) {
+        return bench->fpga().read64("TimeStamp_Interface", (std::size_t{uart} + 64) * 8);
+    };
+    const auto before = FpgaModel::ticksAt(std::chrono::steady_clock::now());
+    bench->unit(2).sendBytes({1, 2, 3});
+    ASSERT_TRUE(bench->unit(2).waitUntilSent(deadline));
+    EXPECT_GE(stamp(5), before);
+    EXPECT_LE(stamp(5), FpgaModel::ticksAt(std::chrono::steady_clock::now()));
+    EXPECT_EQ(stamp(4), 0U);
+    EXPECT_EQ(stamp(6), 0U);
+}
+
+TEST_F(BenchTest, TheServerFindsTheRegistersInItsMemoryDevice) {
+    // The build date stands at the address of the example's processor region, lowest byte first.
+    prepare("od -An -tx1 -j$((0x40000008)) -N4 \"$ZEPHON_DEVICE_ROOT/mem\"");
+    bench->start();
+    ASSERT_TRUE(bench->server().wait(deadline)) << bench->report();
+    EXPECT_EQ(bench->server().standardOutput(), " 18 09 24 20\n");
 }
 
 TEST_F(BenchTest, LinkComesBackUnderTheSameName) {

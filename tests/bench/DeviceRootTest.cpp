@@ -17,6 +17,7 @@ TEST(DeviceRoot, LinksSerialPortsToTerminals) {
     const PseudoTerminal terminal;
     root.linkSerial(3, terminal.slavePath());
     EXPECT_EQ(std::filesystem::read_symlink(folder.path() / "dev/ttyS3"), terminal.slavePath());
+    EXPECT_EQ(root.memoryPath(), folder.path() / "dev/mem");
 }
 
 TEST(DeviceRoot, ReplacesAndRemovesALink) {

@@ -187,6 +187,18 @@ TEST_F(ExampleConfigurationTest, ChangesAndOmitsSingleEntries) {
     EXPECT_EQ(readBack(File::TopLevel).size(), 2U);
 }
 
+TEST_F(ExampleConfigurationTest, TellsTheRegionsOfMemoryAsTheyStand) {
+    configuration.set("TimeStamp_Interface", "BaseAddress", "4096");
+    configuration.omitContainer("Ptfe_Interface1");
+    const auto regions = configuration.memoryRegions();
+    EXPECT_EQ(regions.size(), 8U);
+    EXPECT_EQ(regions.at("Processor_Interface").base, 0x40000000U);
+    EXPECT_EQ(regions.at("Processor_Interface").size, 0x100U);
+    EXPECT_EQ(regions.at("TimeStamp_Interface").base, 4096U);
+    configuration.omit("TimeStamp_Interface", "Size");
+    EXPECT_THROW(static_cast<void>(configuration.memoryRegions()), std::out_of_range);
+}
+
 TEST_F(ExampleConfigurationTest, RefusesToBreakWhatIsNotThere) {
     EXPECT_THROW(configuration.set("FastRtps", "Tcpport", ""), std::out_of_range);
     EXPECT_THROW(configuration.omit("Fastrtps", "TcpPort"), std::out_of_range);
