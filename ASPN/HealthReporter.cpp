@@ -109,7 +109,7 @@ void HealthReporter::pubThreadFunction() {
         } catch (const std::exception& error) {
             // Piece by piece: this may be about memory.
             std::cout << "!!!!!! " << name_ << " HealthReporter caught exception: " << error.what()
-                      << '\n';
+                      << "\n";
         } catch (...) {
             std::cout << "!!!!!! " << name_ << " HealthReporter caught UNKNOWN exception\n";
         }
