@@ -1,6 +1,5 @@
 #include "ASPN/TimeTags.h"
 
-#include <cmath>
 #include <limits>
 
 namespace ASPN2 {
@@ -79,11 +78,11 @@ timestamp timestampOf(std::chrono::nanoseconds time) {
 }
 
 double secondsBetween(const timestamp& before, const timestamp& after) {
-    // Rounded once as nanoseconds: whole seconds and their fraction added as seconds would lose
-    // digits where they have opposite signs.
-    return std::fma(difference(after.sec, before.sec), static_cast<double>(nanosecondsPerSecond),
-                    difference(after.nsec, before.nsec)) /
-           static_cast<double>(nanosecondsPerSecond);
+    // Summed up as nanoseconds, which are whole numbers: whole seconds and a fraction added as
+    // seconds would lose digits where they have opposite signs.
+    constexpr auto scale = static_cast<double>(nanosecondsPerSecond);
+    return (difference(after.sec, before.sec) * scale + difference(after.nsec, before.nsec)) /
+           scale;
 }
 
 timestamp validityOf(const aspn2_msgs::idl::header& of) {
