@@ -10,10 +10,8 @@ namespace idl = aspn2_msgs::idl;
 
 namespace {
 
-// Commands and answers travel as topic 2 of their server, instance 0.
 std::uint32_t deviceIdOf(const DeviceIdFactory& ids) {
-    constexpr unsigned char topic = 2;
-    return ids.makeDeviceId(topic, 0);
+    return ids.makeDeviceId(TopicIds::Commands, 0);
 }
 
 // What stands before the first comma, all of it without one.

@@ -70,6 +70,7 @@ public:
 /// The topic field of device ids.
 class TopicIds {
 public:
+    static constexpr std::uint8_t Commands = 2;  ///< commands and their answers
     static constexpr std::uint8_t Reports = 59;  ///< the event log and the maintenance log
 
     TopicIds() = delete;
