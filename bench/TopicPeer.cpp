@@ -184,6 +184,11 @@ bool TopicPeer::waitForReaders(int count, Duration timeout) {
                    timeout + requestTimeout);
 }
 
+bool TopicPeer::waitForWriters(int count, Duration timeout) {
+    return request("writers " + std::to_string(count) + " " + std::to_string(timeout.count()),
+                   timeout + requestTimeout);
+}
+
 bool TopicPeer::publish(const UtcRecord& record) {
     return request("publish " + std::string(UtcRecord::topic) + " " + toText(record),
                    requestTimeout);

@@ -72,6 +72,9 @@ public:
     /// Best-effort readers acknowledge nothing: of them only this side's knowledge is awaited.
     bool waitForReaders(int count = 1, Duration timeout = std::chrono::seconds(20));
 
+    /// Waits until each topic that this peer reads has `count` writers.
+    bool waitForWriters(int count = 1, Duration timeout = std::chrono::seconds(20));
+
     /// Publishes one record; its sequence number is the peer's own. False when the peer could not.
     bool publish(const UtcRecord& record);
     bool publish(const PntRecord& record);

@@ -130,8 +130,10 @@ idl::EventLog makeMessage(const EventRecord& plain) {
 }
 
 RecordHeader plainHeader(const idl::header& header) {
-    return {header.seq_num(), header.timestamp_valid().sec(), header.timestamp_valid().nsec(),
-            (header.device_id() >> 16) & 0xFF};
+    const idl::timestamp& valid = header.timestamp_valid();
+    const idl::timestamp& arrival = header.timestamp_arrival();
+    return {header.seq_num(),   valid.sec(),   valid.nsec(),   (header.device_id() >> 16) & 0xFF,
+            header.device_id(), arrival.sec(), arrival.nsec(), valid.time_code()};
 }
 
 EventRecord plainRecord(const idl::EventLog& message) {
@@ -184,11 +186,46 @@ rtps::Participant* createParticipant(const Options& options) {
     return rtps::Domain::createParticipant(attributes);
 }
 
+/// Counts the endpoints of other programs that match one of this program. An endpoint of this very
+/// program says nothing about the server's.
+class Matches {
+public:
+    explicit Matches(const rtps::Participant& participant)
+        : own_(participant.getGuid().guidPrefix) {}
+
+    bool isOwn(const rtps::rtps::GUID_t& endpoint) const { return endpoint.guidPrefix == own_; }
+
+    void take(const rtps::rtps::MatchingInfo& info) {
+        if (isOwn(info.remoteEndpointGuid)) {
+            return;
+        }
+        const std::lock_guard<std::mutex> lock(mutex_);
+        count_ += info.status == rtps::rtps::MATCHED_MATCHING ? 1 : -1;
+        changed_.notify_all();
+    }
+
+    bool wait(int count, Clock::time_point deadline) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_until(lock, deadline, [&] { return count_ >= count; });
+    }
+
+    int count() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return count_;
+    }
+
+private:
+    const rtps::rtps::GuidPrefix_t own_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int count_ = 0;  // guarded by mutex_
+};
+
 /// One topic of this peer: its writer, and how many readers know of it.
 class Topic : public rtps::PublisherListener {
 public:
     Topic(rtps::Participant* participant, const Options& options, const std::string& name)
-        : name_(name), bestEffort_(options.bestEffort), own_(participant->getGuid().guidPrefix) {
+        : name_(name), bestEffort_(options.bestEffort), matches_(*participant) {
         rtps::PublisherAttributes attributes;
         attributes.topic.topicName = name;
         attributes.topic.topicDataType = "aspn2_msgs::idl::" + name;
@@ -212,13 +249,7 @@ public:
     const std::string& name() const { return name_; }
 
     void onPublicationMatched(rtps::Publisher*, rtps::rtps::MatchingInfo& info) override {
-        // A reader of this very program says nothing about the server's.
-        if (info.remoteEndpointGuid.guidPrefix == own_) {
-            return;
-        }
-        const std::lock_guard<std::mutex> lock(mutex_);
-        matched_ += info.status == rtps::rtps::MATCHED_MATCHING ? 1 : -1;
-        changed_.notify_all();
+        matches_.take(info);
     }
 
     /// Waits until `count` readers are matched on both sides. The library tells a writer when it
@@ -227,11 +258,8 @@ public:
     /// source is written, which every server ignores, and its acknowledgement awaited. Readers
     /// that are best effort acknowledge nothing.
     bool waitForReaders(int count, Clock::time_point deadline) {
-        {
-            std::unique_lock<std::mutex> lock(mutex_);
-            if (!changed_.wait_until(lock, deadline, [&] { return matched_ >= count; })) {
-                return false;
-            }
+        if (!matches_.wait(count, deadline)) {
+            return false;
         }
         if (bestEffort_) {
             return true;
@@ -255,10 +283,7 @@ public:
             rtps::Duration_t(static_cast<long double>(left.count()) / 1000));
     }
 
-    int matched() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        return matched_;
-    }
+    int matched() { return matches_.count(); }
 
     template <class Record>
     bool write(const Record& record) {
@@ -283,12 +308,9 @@ public:
 private:
     const std::string name_;
     const bool bestEffort_;
-    const rtps::rtps::GuidPrefix_t own_;
+    Matches matches_;
     rtps::Publisher* publisher_ = nullptr;
     std::atomic<std::int64_t> sequence_{0};
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int matched_ = 0;  // guarded by mutex_
 };
 
 /// Reads one topic and reports what others publish on it.
@@ -296,7 +318,7 @@ template <class Message>
 class Watch : public rtps::SubscriberListener {
 public:
     Watch(rtps::Participant* participant, const Options& options, std::string_view name)
-        : name_(name), own_(participant->getGuid().guidPrefix) {
+        : name_(name), matches_(*participant) {
         rtps::SubscriberAttributes attributes;
         attributes.topic.topicName = name_;
         attributes.topic.topicDataType = "aspn2_msgs::idl::" + name_;
@@ -313,21 +335,46 @@ public:
         }
     }
 
+    void onSubscriptionMatched(rtps::Subscriber*, rtps::rtps::MatchingInfo& info) override {
+        matches_.take(info);
+    }
+
     void onNewDataMessage(rtps::Subscriber* subscriber) override {
         Message message;
         rtps::SampleInfo_t info;
         while (subscriber->takeNextData(&message, &info)) {
             if (info.sampleKind == rtps::rtps::ALIVE &&
-                info.sample_identity.writer_guid().guidPrefix != own_) {
+                !matches_.isOwn(info.sample_identity.writer_guid())) {
                 say(std::string(peerProtocol::received) + name_ + " " +
                     toText(plainRecord(message)));
             }
         }
     }
 
+    /// Empty once the topic has `count` writers, or what is missing.
+    std::string waitForWriters(int count, Clock::time_point deadline) {
+        return matches_.wait(count, deadline)
+                   ? std::string()
+                   : name_ + " has " + std::to_string(matches_.count()) + " writers";
+    }
+
 private:
     const std::string name_;
-    const rtps::rtps::GuidPrefix_t own_;
+    Matches matches_;
+};
+
+/// What the program reads.
+struct Watches {
+    std::optional<Watch<idl::EventLog>> events;
+    std::optional<Watch<idl::MaintenanceEvent>> faults;
+
+    std::string waitForWriters(int count, Clock::time_point deadline) {
+        std::string failure = events ? events->waitForWriters(count, deadline) : "";
+        if (failure.empty() && faults) {
+            failure = faults->waitForWriters(count, deadline);
+        }
+        return failure;
+    }
 };
 
 /// The running schedule, on a thread of its own.
@@ -400,14 +447,17 @@ std::string publishText(Topic& topic, const std::string& fields) {
 
 /// Carries out one request; the text is empty or tells why it failed.
 std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& topics,
-                   Schedule& schedule) {
+                   Watches& watches, Schedule& schedule) {
     std::string verb;
     words >> verb;
-    if (verb == "match") {
+    if (verb == "match" || verb == "writers") {
         int count = 0;
         std::int64_t milliseconds = 0;
         words >> count >> milliseconds;
         const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
+        if (verb == "writers") {
+            return watches.waitForWriters(count, deadline);
+        }
         for (const auto& topic : topics) {
             if (!words || !topic->waitForReaders(count, deadline)) {
                 return topic->name() + " is known to " + std::to_string(topic->matched()) +
@@ -472,13 +522,12 @@ int run(const Options& options) {
     rtps::Domain::registerType(participant, &eventType);
     rtps::Domain::registerType(participant, &maintenanceType);
     {
-        std::optional<Watch<idl::EventLog>> events;
-        std::optional<Watch<idl::MaintenanceEvent>> faults;
+        Watches watches;
         for (const std::string& name : options.watched) {
             if (name == EventRecord::topic) {
-                events.emplace(participant, options, name);
+                watches.events.emplace(participant, options, name);
             } else {
-                faults.emplace(participant, options, name);
+                watches.faults.emplace(participant, options, name);
             }
         }
         std::vector<std::unique_ptr<Topic>> topics;
@@ -492,7 +541,7 @@ int run(const Options& options) {
             std::istringstream words(line);
             std::string number;
             words >> number;
-            const std::string failure = handle(words, topics, schedule);
+            const std::string failure = handle(words, topics, watches, schedule);
             say("answer " + number + (failure.empty() ? " ok" : " failed " + failure));
         }
         schedule.stop();

@@ -9,10 +9,10 @@ namespace bench {
 /// Requests, one a line, on the program's standard input: a number, a verb, its words.
 ///
 ///     match COUNT MILLISECONDS      waits until each topic has COUNT readers that know of it
+///     writers COUNT MILLISECONDS    waits until each topic that is read has COUNT writers
 ///     publish TOPIC FIELD=VALUE...  publishes one record
 ///     run RATE COUNT START UTC      publishes COUNT records (0: without end) of the clock device
-///     and
-///                                   the fusion navigator, RATE a second each, from the
+///                                   and the fusion navigator, RATE a second each, from the
 ///                                   CLOCK_MONOTONIC instant START on, which is simulated as the
 ///                                   instant UTC (nanoseconds both)
 ///     stop                          ends a run

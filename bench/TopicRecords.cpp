@@ -60,20 +60,28 @@ constexpr std::array<Field<PntRecord, double>, 25> pntFields{{
     {"assurance", &PntRecord::assurance},
 }};
 
-constexpr std::array<Field<EventRecord, std::string>, 6> eventFields{{
+constexpr std::array<Field<EventRecord, std::string>, 10> eventFields{{
     {"seq", &RecordHeader::sequence},
     {"tag_sec", &RecordHeader::tagSeconds},
     {"tag_nsec", &RecordHeader::tagNanoseconds},
     {"source", &RecordHeader::source},
+    {"device", &RecordHeader::deviceId},
+    {"arrival_sec", &RecordHeader::arrivalSeconds},
+    {"arrival_nsec", &RecordHeader::arrivalNanoseconds},
+    {"time_code", &RecordHeader::timeCode},
     {"type", &EventRecord::type},
     {"text", &EventRecord::text},
 }};
 
-constexpr std::array<Field<MaintenanceRecord, std::string>, 11> maintenanceFields{{
+constexpr std::array<Field<MaintenanceRecord, std::string>, 15> maintenanceFields{{
     {"seq", &RecordHeader::sequence},
     {"tag_sec", &RecordHeader::tagSeconds},
     {"tag_nsec", &RecordHeader::tagNanoseconds},
     {"source", &RecordHeader::source},
+    {"device", &RecordHeader::deviceId},
+    {"arrival_sec", &RecordHeader::arrivalSeconds},
+    {"arrival_nsec", &RecordHeader::arrivalNanoseconds},
+    {"time_code", &RecordHeader::timeCode},
     {"criticality", &MaintenanceRecord::criticality},
     {"category", &MaintenanceRecord::category},
     {"location", &MaintenanceRecord::location},

@@ -18,6 +18,12 @@ struct RecordHeader {
     std::int64_t tagNanoseconds = 0;  ///< and nanoseconds
     std::int64_t source = 0;          ///< bits 16 to 23 of the device id
 
+    // The rest is told of records that were read, and ignored in those that are published.
+    std::int64_t deviceId = 0;  ///< whole
+    std::int64_t arrivalSeconds = 0;
+    std::int64_t arrivalNanoseconds = 0;
+    std::int64_t timeCode = 0;  ///< of the time of validity
+
     /// Time of validity in nanoseconds.
     std::int64_t tag() const { return tagSeconds * 1'000'000'000 + tagNanoseconds; }
     void setTag(std::int64_t nanoseconds) {

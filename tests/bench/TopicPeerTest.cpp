@@ -334,10 +334,20 @@ TEST_F(TopicPeerTest, EventLoggerHearsMaintenanceEvents) {
     Inbox<MaintenanceRecord> heard;
     options.onMaintenance = [&](const MaintenanceRecord& fault) { heard.take(fault); };
     TopicPeer peer(options);
+    EXPECT_FALSE(peer.waitForWriters(1, 100ms));
+    EXPECT_NE(peer.lastFailure().find("has 0 writers"), std::string::npos);
+    Writer<idl::EventLog, idl::EventLogPubSubType> log(options, "EventLog");
     Writer<idl::MaintenanceEvent, idl::MaintenanceEventPubSubType> writer(options,
                                                                           "MaintenanceEvent");
+    EXPECT_TRUE(peer.waitForWriters(1, deadline)) << peer.lastFailure();
     idl::MaintenanceEvent message;
-    message.header().device_id(59 << 16);
+    message.header().seq_num(4711);
+    message.header().device_id(59 << 16 | 0x3B02);
+    message.header().timestamp_valid().sec(5);
+    message.header().timestamp_valid().nsec(6);
+    message.header().timestamp_valid().time_code(100);
+    message.header().timestamp_arrival().sec(7);
+    message.header().timestamp_arrival().nsec(8);
     message.criticality_id(2);
     message.repeat_in_seconds(300);
     message.identity().fill('I');  // full, without a terminator
@@ -345,7 +355,13 @@ TEST_F(TopicPeerTest, EventLoggerHearsMaintenanceEvents) {
     writer.publish(message);
     const auto faults = heard.wait(1);
     ASSERT_EQ(faults.size(), 1U);
+    EXPECT_EQ(faults[0].header.sequence, 4711);
     EXPECT_EQ(faults[0].header.source, 59);
+    EXPECT_EQ(faults[0].header.deviceId, 59 << 16 | 0x3B02);
+    EXPECT_EQ(faults[0].header.tag(), 5'000'000'006);
+    EXPECT_EQ(faults[0].header.arrivalSeconds, 7);
+    EXPECT_EQ(faults[0].header.arrivalNanoseconds, 8);
+    EXPECT_EQ(faults[0].header.timeCode, 100);
     EXPECT_EQ(faults[0].criticality, 2);
     EXPECT_EQ(faults[0].repeatSeconds, 300);
     EXPECT_EQ(faults[0].identity, std::string(16, 'I'));

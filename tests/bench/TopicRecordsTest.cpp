@@ -63,12 +63,13 @@ TEST(TopicRecords, RefusesUnknownFieldsAndBadNumbers) {
 
 TEST(TopicRecords, EventTextComesBackExactly) {
     EventRecord record;
-    record.header = {5, 1700000000, 123456789, 59};
+    record.header = {5, 1700000000, 123456789, 59, 0x53B3B02, 7, 8, 100};
     record.type = 3;
     record.text = std::string("50% of\tline 2\n\x80=x\0y", 19);
     const std::string text = toText(record);
     EXPECT_EQ(text,
-              "seq=5 tag_sec=1700000000 tag_nsec=123456789 source=59 type=3 "
+              "seq=5 tag_sec=1700000000 tag_nsec=123456789 source=59 device=87767810 "
+              "arrival_sec=7 arrival_nsec=8 time_code=100 type=3 "
               "text=50%25%20of%09line%202%0A%80=x%00y");
     EventRecord other;
     other.text = "old";
