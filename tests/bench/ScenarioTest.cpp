@@ -1,0 +1,426 @@
+#include <csignal>
+#include <fstream>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bench/Scenario.h"
+#include "bench/TemporaryFolder.h"
+#include "bench/TopicRecords.h"
+
+namespace bench {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+Scenario parse(const std::string& text, const Scenario::Variables& given = {}) {
+    return Scenario::parse(text, "test", given);
+}
+
+Step stepOf(const std::string& line) {
+    const Scenario scenario = parse(line);
+    EXPECT_EQ(scenario.steps.size(), 1U) << line;
+    return scenario.steps.front();
+}
+
+/// The action of a line, which must be of this kind.
+template <class Action>
+Action actionOf(const std::string& line) {
+    return std::get<Action>(stepOf(line).action);
+}
+
+template <class Condition>
+Condition conditionOf(const std::string& line) {
+    return std::get<Condition>(actionOf<action::Expect>(line).condition);
+}
+
+/// Why the text is refused; empty when it is not.
+std::string refusal(const std::string& text, const Scenario::Variables& given = {}) {
+    try {
+        parse(text, given);
+    } catch (const ScenarioError& error) {
+        return error.what();
+    }
+    return {};
+}
+
+TEST(Scenario, KeepsStepsInOrderWithTheirLines) {
+    const Scenario scenario =
+        parse("# a comment\n\n  start server   # and one behind a step\r\n\tstop\tserver");
+    EXPECT_EQ(scenario.name, "test");
+    ASSERT_EQ(scenario.steps.size(), 2U);
+    EXPECT_EQ(scenario.steps[0].line, 3U);
+    EXPECT_EQ(scenario.steps[0].text, "start server");
+    EXPECT_TRUE(std::holds_alternative<action::StartServer>(scenario.steps[0].action));
+    EXPECT_EQ(scenario.steps[1].line, 4U);
+    EXPECT_TRUE(std::holds_alternative<action::StopServer>(scenario.steps[1].action));
+}
+
+TEST(Scenario, ReadsWhenAStepIsDue) {
+    EXPECT_EQ(stepOf("start server").start, Step::Start::Next);
+    const Step at = stepOf("at 2.5s start server");
+    EXPECT_EQ(at.start, Step::Start::At);
+    EXPECT_EQ(at.time, 2500ms);
+    const Step after = stepOf("after 500ms start server");
+    EXPECT_EQ(after.start, Step::Start::After);
+    EXPECT_EQ(after.time, 500ms);
+    EXPECT_EQ(stepOf("at 1min start server").time, 60s);
+    EXPECT_EQ(stepOf("at 0s start server").time, 0s);
+    EXPECT_EQ(stepOf("at 43200min start server").time, 24h * 30);
+}
+
+TEST(Scenario, ReadsConfigure) {
+    const auto step = actionOf<action::Configure>(R"(configure ZephonServer PARAM_6 "1, 2")");
+    EXPECT_EQ(step.container, "ZephonServer");
+    EXPECT_EQ(step.key, "PARAM_6");
+    EXPECT_EQ(step.value, "1, 2");
+    EXPECT_EQ(actionOf<action::Configure>(R"(configure a b "")").value, "");
+}
+
+TEST(Scenario, ReadsSignals) {
+    EXPECT_EQ(actionOf<action::Signal>("signal SIGTERM").number, SIGTERM);
+    EXPECT_EQ(actionOf<action::Signal>("signal SIGKILL").number, SIGKILL);
+}
+
+TEST(Scenario, ReadsHangUpAndReconnect) {
+    EXPECT_EQ(actionOf<action::HangUp>("hangup link1").link, 1U);
+    EXPECT_EQ(actionOf<action::Reconnect>("reconnect link3").link, 3U);
+}
+
+TEST(Scenario, ReadsPublications) {
+    const auto utc = actionOf<action::Publish>("publish UTCTime gps_week=2332 variance=1e-3");
+    EXPECT_EQ(utc.topic, "UTCTime");
+    EXPECT_EQ(utc.fields, "gps_week=2332 variance=1e-3");
+    EXPECT_EQ(actionOf<action::Publish>("publish MeridanePNT").fields, "");
+    const auto event = actionOf<action::Publish>(
+        R"(publish EventLog source=39 type=3 text="100 % = \"all\" \\ # lost")");
+    EventRecord record;
+    ASSERT_TRUE(fromText(event.fields, record));
+    EXPECT_EQ(record.type, 3);
+    EXPECT_EQ(record.text, R"(100 % = "all" \ # lost)");
+}
+
+TEST(Scenario, ReadsStreams) {
+    const auto ended = actionOf<action::Stream>("stream 12.5 for 3s");
+    EXPECT_EQ(ended.rate, 12.5);
+    EXPECT_EQ(ended.length, 3000ms);
+    EXPECT_EQ(actionOf<action::Stream>("stream 10").length, std::nullopt);
+    EXPECT_EQ(actionOf<action::Stream>("stream 10 for 0s").length, std::nullopt);
+    EXPECT_EQ(actionOf<action::Stream>("stream 0.1").rate, 0.1);
+    EXPECT_EQ(actionOf<action::Stream>("stream 1000").rate, 1000);
+    actionOf<action::StopStream>("stop stream");
+    actionOf<action::WaitStream>("wait stream");
+}
+
+TEST(Scenario, ReadsFramesForALink) {
+    const auto step = actionOf<action::Send>("send link2 frame 5331 flags=0x9000 1 0xFFFF");
+    EXPECT_EQ(step.link, 2U);
+    EXPECT_EQ(step.bytes, (UnitFrame{5331, 0x9000, {1, 0xFFFF}}.encode()));
+    EXPECT_EQ(actionOf<action::Send>("send link1 frame 5000").bytes,
+              (UnitFrame{5000, UnitFrame::linkReady, {}}.encode()));
+}
+
+TEST(Scenario, ReadsBytesForALink) {
+    EXPECT_THAT(actionOf<action::Send>("send link1 bytes FF81 00 aB").bytes,
+                ElementsAre(0xFF, 0x81, 0x00, 0xAB));
+}
+
+TEST(Scenario, ReadsRecordsForAQueue) {
+    const auto frame = actionOf<action::Inject>("inject TREVO_MX frame 5040 7");
+    EXPECT_EQ(frame.queue, "TREVO_MX");
+    EXPECT_EQ(std::get<UnitFrame>(frame.content).id, 5040);
+    EXPECT_THAT(std::get<UnitFrame>(frame.content).data, ElementsAre(7));
+    const auto bytes = actionOf<action::Inject>("inject DT_OUT bytes 0001");
+    EXPECT_THAT(std::get<std::vector<std::uint8_t>>(bytes.content), ElementsAre(0, 1));
+    EXPECT_EQ(actionOf<action::Inject>("inject HALVOR_MX frame 1").queue, "HALVOR_MX");
+}
+
+TEST(Scenario, ReadsRegisters) {
+    const auto set =
+        actionOf<action::SetRegister>("set Processor_Interface 0x30 32 58982400").content;
+    EXPECT_EQ(set.interface, "Processor_Interface");
+    EXPECT_EQ(set.offset, 0x30U);
+    EXPECT_EQ(set.width, 32U);
+    EXPECT_EQ(set.value, 58982400U);
+    EXPECT_EQ(actionOf<action::SetRegister>("set a 0 64 0xFFFFFFFFFFFFFFFF").content.value,
+              0xFFFFFFFFFFFFFFFFU);
+    EXPECT_EQ(actionOf<action::SetRegister>("set a 0 8 255").content.value, 255U);
+    const auto wanted = conditionOf<action::Register>("expect register Ptfe_Interface0 24 16 9");
+    EXPECT_EQ(wanted.interface, "Ptfe_Interface0");
+    EXPECT_EQ(wanted.offset, 24U);
+    EXPECT_EQ(wanted.width, 16U);
+    EXPECT_EQ(wanted.value, 9U);
+}
+
+TEST(Scenario, ReadsWhatIsExpectedOfTheServer) {
+    conditionOf<action::Running>("expect running");
+    conditionOf<action::Solutions>("expect solutions within 5s");
+    EXPECT_EQ(conditionOf<action::Exit>("expect exit 3").status, 3);
+    EXPECT_EQ(conditionOf<action::Exit>("expect exit 3").signal, 0);
+    EXPECT_EQ(conditionOf<action::Exit>("expect exit SIGABRT").signal, SIGABRT);
+}
+
+TEST(Scenario, ReadsExpectedFrames) {
+    const auto frame =
+        conditionOf<action::Frame>("expect link1 frame 15050 flags=0x8000 1 2 within 2s");
+    EXPECT_EQ(frame.source, "link1");
+    EXPECT_EQ(frame.id, 15050);
+    EXPECT_EQ(frame.flags, 0x8000);
+    EXPECT_THAT(frame.words, ElementsAre(1, 2));
+    const auto any = conditionOf<action::Frame>("expect DT_IN frame 8504");
+    EXPECT_EQ(any.source, "DT_IN");
+    EXPECT_EQ(any.flags, std::nullopt);
+    EXPECT_THAT(any.words, IsEmpty());
+    EXPECT_EQ(conditionOf<action::Frame>("expect PNTD_MX frame 1").source, "PNTD_MX");
+}
+
+TEST(Scenario, ReadsExpectedTexts) {
+    const auto event = conditionOf<action::Text>("expect EventLog \"link lost\"");
+    EXPECT_EQ(event.source, "EventLog");
+    EXPECT_EQ(event.text, "link lost");
+    EXPECT_EQ(conditionOf<action::Text>("expect MaintenanceEvent x").source, "MaintenanceEvent");
+    EXPECT_EQ(conditionOf<action::Text>("expect line x").source, Scenario::serverLine);
+}
+
+TEST(Scenario, ReadsHowLongToWait) {
+    EXPECT_EQ(actionOf<action::Expect>("expect line x").within, 10s);
+    EXPECT_EQ(actionOf<action::Expect>("expect running").within, 30s);
+    const auto absent = actionOf<action::Expect>("expect no line x within 0s");
+    EXPECT_TRUE(absent.absent);
+    EXPECT_EQ(absent.within, 0s);
+    EXPECT_FALSE(actionOf<action::Expect>("expect line x within 1s").absent);
+}
+
+TEST(Scenario, FillsVariablesIn) {
+    const std::string text =
+        "variable rate 10\nvariable what \"a ${rate}b\"\nstream ${rate} for "
+        "${rate}0ms\nexpect line \"<${what}>\"";
+    const Scenario own = parse(text);
+    EXPECT_EQ(own.steps[0].text, "stream 10 for 100ms");
+    EXPECT_EQ(own.steps[1].text, "expect line \"<a 10b>\"");
+    const Scenario given = parse(text, {{"rate", "20"}});
+    EXPECT_EQ(std::get<action::Stream>(given.steps[0].action).rate, 20);
+    EXPECT_EQ(given.steps[1].text, "expect line \"<a 20b>\"");
+}
+
+TEST(Scenario, VariableIsPartOfAWordWhateverItHolds) {
+    const Scenario scenario =
+        parse("variable x -\nexpect line ${x}", {{"x", "a # \"b\" ${x} within"}});
+    const auto expected = std::get<action::Expect>(scenario.steps[0].action);
+    EXPECT_EQ(std::get<action::Text>(expected.condition).text, "a # \"b\" ${x} within");
+}
+
+TEST(Scenario, KnowsWhetherSolutionsArePublished) {
+    EXPECT_TRUE(parse("stream 10").publishesSolutions());
+    EXPECT_TRUE(parse("start server\npublish UTCTime").publishesSolutions());
+    EXPECT_TRUE(parse("publish MeridanePNT").publishesSolutions());
+    EXPECT_FALSE(parse("publish EventLog text=x").publishesSolutions());
+    EXPECT_FALSE(parse("start server").publishesSolutions());
+}
+
+TEST(Scenario, TellsTheLineOfAnError) {
+    EXPECT_EQ(refusal("start server\n# x\n\nfly home\n"), "test:4: unknown step \"fly\"");
+}
+
+TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"at", "a time is missing"},
+        {"at 5s", "a step is missing"},
+        {"after soon start server", "\"soon\" is no time: a number and ms, s or min, such as 2.5s"},
+        {"at 5 start server", "\"5\" is no time: a number and ms, s or min, such as 2.5s"},
+        {"at 5 s start server", "\"5\" is no time: a number and ms, s or min, such as 2.5s"},
+        {"at -1s start server", "\"-1s\" is no time: a number and ms, s or min, such as 2.5s"},
+        {"at infs start server", "\"infs\" is no time: a number and ms, s or min, such as 2.5s"},
+        {"at 1e9s start server", "\"1e9s\" is no time: a number and ms, s or min, such as 2.5s"},
+        {"at 43201min start server", "\"43201min\" is more than 30 days"},
+        {"at 1s at 2s start server", "unknown step \"at\""},
+        {"configure ZephonServer Debug", "a value is missing"},
+        {"start", "\"server\" is missing"},
+        {"start stream", "expected \"server\" in place of \"stream\""},
+        {"start server now", "unexpected \"now\""},
+        {"stop it", "\"it\" is neither \"server\" nor \"stream\""},
+        {"wait", "\"stream\" is missing"},
+        {"signal TERM", "\"TERM\" is no signal that is known here"},
+        {"hangup", "a link is missing"},
+        {"hangup link4", "\"link4\" is no link: link1, link2 or link3"},
+        {"reconnect 1", "\"1\" is no link: link1, link2 or link3"},
+        {"publish", "a topic is missing"},
+        {"publish BitReport",
+         "\"BitReport\" is no topic to publish: UTCTime, MeridanePNT or EventLog"},
+        {"publish UTCTime now", "\"now\" is no FIELD=VALUE"},
+        {"publish UTCTime x=1", "\"x=1\" is no field of UTCTime, or its value is no number"},
+        {"publish UTCTime gps_week=1.5",
+         "\"gps_week=1.5\" is no field of UTCTime, or its value is no number"},
+        {"publish UTCTime \"gps_week=1 seq=2\"",
+         "\"gps_week=1 seq=2\" is no field of UTCTime, or its value is no number"},
+        {"publish UTCTime \"seq=1 gps_week\"=1",
+         "\"seq=1 gps_week=1\" is no field of UTCTime, or its value is no number"},
+        {"publish UTCTime \"seq gps_week\"=1",
+         "\"seq gps_week=1\" is no field of UTCTime, or its value is no number"},
+        {"stream", "a rate is missing"},
+        {"stream 0", "\"0\" is no rate: 0.1 to 1000 pairs a second"},
+        {"stream 1000.1", "\"1000.1\" is no rate: 0.1 to 1000 pairs a second"},
+        {"stream 10Hz", "\"10Hz\" is no rate: 0.1 to 1000 pairs a second"},
+        {"stream nan", "\"nan\" is no rate: 0.1 to 1000 pairs a second"},
+        {"stream 10 for", "a time is missing"},
+        {"stream 10 until 5s", "unexpected \"until\""},
+        {"send link1", "\"frame\" or \"bytes\" is missing"},
+        {"send link1 FF", "\"FF\" is neither \"frame\" nor \"bytes\""},
+        {"send link1 frame", "a message id is missing"},
+        {"send link1 frame 65536", "\"65536\" is no message id: a number from 0 to 65535"},
+        {"send link1 frame -1", "\"-1\" is no message id: a number from 0 to 65535"},
+        {"send link1 frame 0x", "\"0x\" is no message id: a number from 0 to 65535"},
+        {"send link1 frame 5 flags=", "\"\" is no flag word: a number from 0 to 65535"},
+        {"send link1 frame 5 x", "\"x\" is no data word: a number from 0 to 65535"},
+        {"send link1 frame 5 1 flags=1", "\"flags=1\" is no data word: a number from 0 to 65535"},
+        {"send link1 bytes", "a byte is missing"},
+        {"send link1 bytes F", "\"F\" is no row of bytes: pairs of hexadecimal digits"},
+        {"send link1 bytes 0xFF", "\"0xFF\" is no row of bytes: pairs of hexadecimal digits"},
+        {"send link1 bytes FF -1", "\"-1\" is no row of bytes: pairs of hexadecimal digits"},
+        {"inject DT_IN frame 1",
+         "\"DT_IN\" is no queue to inject into: TREVO_MX, HALVOR_MX or DT_OUT"},
+        {"set Processor_Interface", "an offset is missing"},
+        {"set a 0x100000000 32 0", "\"0x100000000\" is no offset: a number from 0 to 4294967295"},
+        {"set a 0 24 0", "\"24\" is no width: 8, 16, 32 or 64 bits"},
+        {"set a 0 8 256", "\"256\" is no value of 8 bits: a number from 0 to 255"},
+        {"set a 0 64 18446744073709551616",
+         "\"18446744073709551616\" is no value of 64 bits: a number from 0 to "
+         "18446744073709551615"},
+        {"expect", "what to expect is missing"},
+        {"expect rain",
+         "cannot expect \"rain\": running, exit, solutions, register, a link, PNTD_MX, DT_IN, "
+         "EventLog, MaintenanceEvent or line"},
+        {"expect exit", "an exit status or a signal is missing"},
+        {"expect exit 256", "\"256\" is no exit status: a number from 0 to 255"},
+        {"expect link1 15050", "expected \"frame\" in place of \"15050\""},
+        {"expect line", "a text is missing"},
+        {"expect line \"\"", "an empty text is in every line"},
+        {"expect line two words", "unexpected \"words\""},
+        {"expect line x within", "a time is missing"},
+        {"expect no running", "\"no\" stands before a frame, a record or a line only"},
+        {"expect no line x", "\"no\" needs \"within\" and the time to wait"},
+        {"variable", "a name is missing"},
+        {"variable rate", "a value is missing"},
+        {"variable 1x 2", "\"1x\" is no name: letters, digits and _"},
+        {"variable a-b 2", "\"a-b\" is no name: letters, digits and _"},
+        {"variable rate 1 2", "unexpected \"2\""},
+        {"stream ${rate}", "variable \"rate\" has no value"},
+        {"stream ${rate", "\"${\" without \"}\""},
+        {"expect line \"x", "a quote is not closed"},
+        {R"(expect line "\n")", "a backslash stands before \" or \\ only"},
+        {"expect line \"\\", "a backslash stands before \" or \\ only"},
+    };
+    for (const auto& [line, reason] : cases) {
+        EXPECT_EQ(refusal("\n" + line), "test:2: " + reason) << line;
+    }
+}
+
+TEST(Scenario, RefusesAVariableThatHasAValueAlready) {
+    EXPECT_EQ(refusal("variable a 1\nvariable a 2\nstart server"),
+              "test:2: variable \"a\" has a value already");
+}
+
+TEST(Scenario, RefusesAGivenVariableThatTheFileDoesNotHave) {
+    EXPECT_EQ(refusal("start server", {{"rate", "3"}}), "test: has no variable \"rate\"");
+}
+
+TEST(Scenario, RefusesATextWithoutSteps) {
+    EXPECT_EQ(refusal(""), "test: has no steps");
+    EXPECT_EQ(refusal("# nothing\nvariable a 1\n"), "test: has no steps");
+}
+
+TEST(Scenario, RefusesControlCharacters) {
+    for (const char c : {'\0', '\x1B', '\x7F', '\x0B'}) {
+        EXPECT_EQ(refusal(std::string("start server #") + c),
+                  "test:1: the line holds a control character");
+    }
+    EXPECT_EQ(refusal("start server # \xC3\xBC"), "");
+}
+
+TEST(Scenario, RefusesWhatIsTooLong) {
+    EXPECT_EQ(refusal(std::string(1'000'001, '#')), "test: is longer than 1000000 bytes");
+    EXPECT_EQ(refusal("expect line " + std::string(70'000, 'x')), "test:1: a word is too long");
+    std::string doubling = "variable v0 " + std::string(100, 'x') + "\n";
+    for (int i = 1; i < 60; ++i) {
+        const std::string before = "${v" + std::to_string(i - 1) + "}";
+        doubling += "variable v" + std::to_string(i) + " " + before + before + "\n";
+    }
+    EXPECT_EQ(refusal(doubling), "test:11: a word is too long");
+    std::string words = "send link1 frame 5";
+    for (int i = 0; i < 65'536; ++i) {
+        words += " 1";
+    }
+    EXPECT_EQ(refusal(words), "test:1: a frame has at most 65535 data words");
+}
+
+TEST(Scenario, ShortensLongWordsInItsReasons) {
+    EXPECT_EQ(refusal(std::string(100, 'x')),
+              "test:1: unknown step \"" + std::string(60, 'x') + "...\"");
+}
+
+TEST(Scenario, AnyBytesAreReadOrRefused) {
+    // All that is wrong must come as a ScenarioError; the seeds are what files really hold.
+    const std::string seed =
+        "variable a 1\nat 1s send link1 frame 5 flags=0x9000 1 2 # x\nexpect no line \"a \\\" "
+        "${a}\" within 2s\ninject DT_OUT bytes FF81\npublish EventLog text=\"x y\"\n";
+    std::uint32_t random = 1;
+    const auto next = [&random] { return random = random * 1664525U + 1013904223U; };
+    for (int i = 0; i < 20'000; ++i) {
+        std::string text = seed;
+        for (unsigned changes = next() % 8 + 1; changes > 0; --changes) {
+            const std::size_t place = (next() >> 8) % text.size();
+            if (next() % 4 == 0) {
+                text.erase(place, (next() >> 8) % 10);
+                text += ' ';
+            } else {
+                text[place] = static_cast<char>(next() >> 24);
+            }
+        }
+        try {
+            parse(text);
+        } catch (const ScenarioError& error) {
+            EXPECT_EQ(std::string(error.what()).rfind("test", 0), 0U);
+        }
+    }
+}
+
+TEST(Scenario, LoadsAFile) {
+    const TemporaryFolder folder;
+    const auto file = folder.path() / "small.scenario";
+    std::ofstream(file) << "variable x 1\nstream ${x}\n";
+    const Scenario scenario = Scenario::load(file, {{"x", "2"}});
+    EXPECT_EQ(scenario.name, "small.scenario");
+    EXPECT_EQ(std::get<action::Stream>(scenario.steps[0].action).rate, 2);
+}
+
+TEST(Scenario, TellsOfAFileThatCannotBeRead) {
+    const TemporaryFolder folder;
+    const auto file = folder.path() / "none.scenario";
+    const auto load = [](const std::filesystem::path& path) -> std::string {
+        try {
+            Scenario::load(path);
+        } catch (const ScenarioError& error) {
+            return error.what();
+        }
+        return {};
+    };
+    EXPECT_EQ(load(file), file.string() + ": cannot be read");
+    EXPECT_EQ(load(folder.path()), folder.path().string() + ": cannot be read");
+    EXPECT_EQ(load("/dev/zero"), "zero: is longer than 1000000 bytes");
+}
+
+TEST(Scenario, GrammarNamesEveryVerb) {
+    const std::string grammar = scenarioGrammar;
+    for (const char* verb : {"configure", "start server", "stop server", "signal", "publish",
+                             "stream", "stop stream", "wait stream", "send", "inject", "hangup",
+                             "reconnect", "set", "expect", "variable", "at", "after"}) {
+        EXPECT_NE(grammar.find(verb), std::string::npos) << verb;
+    }
+}
+
+}  // namespace
+}  // namespace bench
