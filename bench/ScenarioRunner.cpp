@@ -431,8 +431,9 @@ void ScenarioRunner::carryOut(const action::Inject& /*step*/) {
     throw StepFailure("the bench has no queue devices");
 }
 
-void ScenarioRunner::carryOut(const action::SetRegister& /*step*/) {
-    throw StepFailure("the bench has no registers");
+void ScenarioRunner::carryOut(const action::SetRegister& step) {
+    const action::Register& set = step.content;
+    bench_.fpga().write(set.interface, set.offset, set.width, set.value);
 }
 
 // What is expected.
@@ -501,8 +502,13 @@ void ScenarioRunner::expect(const action::Solutions& /*wanted*/, const action::E
     }
 }
 
-void ScenarioRunner::expect(const action::Register& /*wanted*/, const action::Expect& /*step*/) {
-    throw StepFailure("the bench has no registers");
+void ScenarioRunner::expect(const action::Register& wanted, const action::Expect& step) {
+    const auto read = [this, &wanted] {
+        return bench_.fpga().read(wanted.interface, wanted.offset, wanted.width);
+    };
+    if (!waitFor([&] { return read() == wanted.value; }, Clock::now() + step.within)) {
+        throw StepFailure(fmt::format("it holds {} (0x{:X})", read(), read()));
+    }
 }
 
 void ScenarioRunner::expect(const action::Frame& wanted, const action::Expect& step) {

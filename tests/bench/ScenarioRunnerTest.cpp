@@ -1,0 +1,347 @@
+#include <condition_variable>
+#include <fstream>
+#include <mutex>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bench/ScenarioRunner.h"
+
+namespace bench {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::StartsWith;
+using Result = ScenarioRunner::Result;
+
+constexpr auto deadline = 60s;
+
+/// What a run tells of itself.
+class Notes {
+public:
+    void add(const std::string& line) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        lines_.push_back(line);
+        changed_.notify_all();
+    }
+    bool wait(const std::string& text) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, deadline, [&] {
+            return std::any_of(lines_.begin(), lines_.end(), [&](const std::string& line) {
+                return line.find(text) != std::string::npos;
+            });
+        });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> lines_;
+};
+
+class ScenarioRunnerTest : public testing::Test {
+protected:
+    void prepare(const std::string& scenario, Bench::Options bench = {}) {
+        bench.settings.baud = 921600;
+        ScenarioRunner::Options options;
+        options.bench = std::move(bench);
+        options.note = [this](const std::string& line) { notes.add(line); };
+        runner = std::make_unique<ScenarioRunner>(Scenario::parse(scenario, "test"), options);
+    }
+
+    /// A shell script in the place of the server.
+    Bench::Options script(const std::string& text) {
+        Bench::Options options;
+        options.server = scripts.path() / "server";
+        std::ofstream(options.server) << "#!/bin/sh\n" << text << "\n";
+        std::filesystem::permissions(options.server, std::filesystem::perms::owner_all);
+        return options;
+    }
+
+    void expectDone() {
+        EXPECT_EQ(runner->run(), Result::Done) << runner->failure() << "\n"
+                                               << runner->bench().report();
+    }
+
+    void expectFailure(const std::string& reason) {
+        EXPECT_EQ(runner->run(), Result::Failed) << runner->bench().report();
+        EXPECT_EQ(runner->failure(), reason);
+    }
+
+    TemporaryFolder scripts;
+    Notes notes;
+    std::unique_ptr<ScenarioRunner> runner;
+};
+
+const std::string running = "start server\nexpect running within 60s\n";
+
+const std::string orderly =
+    "trap 'echo \"!!!!!! server has exited. Signal: 15\"; exit 0' TERM\n"
+    "echo up\n"
+    "while :; do sleep 0.01; done";
+
+TEST_F(ScenarioRunnerTest, PublishedPairGivesItsFrame) {
+    prepare(running +
+            "publish UTCTime\n"
+            "publish MeridanePNT assurance=1\n"
+            "expect link1 frame 15050 flags=0x8000\n"
+            "expect solutions within 10s\n"
+            "expect no link1 frame 15050 within 0s\n"
+            "stop server\n"
+            "expect exit 0\n");
+    expectDone();
+    const RunFigures figures = runner->figures();
+    EXPECT_EQ(figures.totals.pairs, 1U);
+    EXPECT_EQ(figures.totals.right, 1U);
+    EXPECT_EQ(figures.overall.count, 1U);
+    EXPECT_EQ(figures.links[0].framesById.at(15050), 1U);
+}
+
+TEST_F(ScenarioRunnerTest, StreamGivesOneRightFrameForEachPair) {
+    prepare(running +
+            "stream 50 for 500ms\n"
+            "wait stream\n"
+            "expect solutions within 10s\n");
+    expectDone();  // the server is stopped at the end, too
+    EXPECT_EQ(runner->figures().totals.right, 25U);
+    EXPECT_EQ(runner->figures().rate, 50);
+    EXPECT_TRUE(runner->bench().server().wait(0s)->ok());
+}
+
+TEST_F(ScenarioRunnerTest, PairWithoutItsFrameFailsTheSolutions) {
+    prepare(running +
+            "hangup link1\n"
+            "publish UTCTime\n"
+            "publish MeridanePNT\n"
+            "expect solutions within 200ms\n");
+    expectFailure(
+        "test:6: expect solutions within 200ms: of 1 pairs 0 gave a right frame, 0 a wrong one "
+        "and 1 none; 0 frames belong to no pair, 0 had a wrong checksum");
+}
+
+TEST_F(ScenarioRunnerTest, FramesPassBothWaysAlsoWhenAnotherLineIsGone) {
+    prepare(running +
+            "expect link3 frame 27530 flags=0x9000 0 0 0 0 4\n"
+            "send link2 frame 5000 flags=0x9000 1 2\n"
+            "expect link2 frame 5000 flags=0x8800\n"
+            "send link2 bytes FF81 8813 0000 0090 EFEA\n"
+            "expect line \"GSSIP RX CHECKSUM ERROR\"\n"
+            "hangup link1\n"
+            "send link2 frame 5001 flags=0x9000\n"
+            "expect link2 frame 5001\n"
+            "stop server\n");
+    expectDone();
+}
+
+TEST_F(ScenarioRunnerTest, LineComesBackAfterAHangUp) {
+    // A frame 5000 without data.
+    prepare("hangup link1\nreconnect link1\nstart server\nexpect link1 frame 5000\n",
+            script("printf '\\377\\201\\210\\023\\000\\000\\000\\200\\171\\352' "
+                   ">\"$ZEPHON_DEVICE_ROOT/ttyS1\"\nexec sleep 60"));
+    EXPECT_EQ(runner->run(), Result::Failed);  // for the end of this server
+    EXPECT_EQ(runner->failure(), "test: at the end: the server left with signal 15 (Terminated)");
+}
+
+TEST_F(ScenarioRunnerTest, UnmetExpectationFailsTheRunAndTellsWhatCameInstead) {
+    prepare(running +
+            "expect link3 frame 27530 4 within 200ms\n"
+            "stop server\n");
+    expectFailure(
+        "test:3: expect link3 frame 27530 4 within 200ms: it did not come; what came at last:\n"
+        "  frame 27530 flags=0x9000 0x0000 0x0000 0x0000 0x0000 0x0004 0x0000 0x0000 0x0000 ... "
+        "(9 words)");
+}
+
+TEST_F(ScenarioRunnerTest, EventsOfAnotherProcessAreHeard) {
+    prepare(
+        "expect EventLog \"link lost\" within 30s\n"
+        "expect no EventLog \"link lost\" within 0s\n");
+    TopicPeer other(runner->bench().peerOptions(TopicPeer::Role::EventLogger));
+    EventRecord event;
+    event.type = 4;
+    event.text = "Zephon1 link lost\x1B[2J";
+    ASSERT_TRUE(other.publish(event)) << other.lastFailure();
+    expectDone();
+    EXPECT_EQ(runner->figures().events, 1U);
+    EXPECT_TRUE(notes.wait("EventLog link lost, source 39: Zephon1 link lost.[2J"));
+}
+
+TEST_F(ScenarioRunnerTest, EventsArePublished) {
+    Notes heard;
+    prepare("publish EventLog text=\"XPN: 12\" type=1\nafter 30s stop stream\n");
+    TopicPeer::Options options = runner->bench().peerOptions(TopicPeer::Role::EventLogger);
+    options.onEvent = [&heard](const EventRecord& event) {
+        heard.add(std::to_string(event.header.source) + ":" + std::to_string(event.type) + ":" +
+                  event.text);
+    };
+    const TopicPeer other(options);
+    std::thread later([this, &heard] {
+        EXPECT_TRUE(heard.wait("39:1:XPN: 12"));
+        runner->interrupt();
+    });
+    EXPECT_EQ(runner->run(), Result::Interrupted) << runner->failure();
+    later.join();
+}
+
+TEST_F(ScenarioRunnerTest, ServerLinesAreExpected) {
+    prepare("start server\nexpect line up\nexpect no line down within 50ms\nstop server\n",
+            script(orderly));
+    expectDone();
+}
+
+TEST_F(ScenarioRunnerTest, LineThatMustNotComeFailsTheRun) {
+    prepare("start server\nexpect no line up within 20s\n", script(orderly));
+    expectFailure("test:2: expect no line up within 20s: it came");
+}
+
+TEST_F(ScenarioRunnerTest, MissingLineTellsThatNothingCame) {
+    prepare("start server\nexpect line up within 50ms\n", script("sleep 60"));
+    expectFailure("test:2: expect line up within 50ms: it did not come; nothing else did");
+}
+
+TEST_F(ScenarioRunnerTest, ServerIsKilledAndStartedAgain) {
+    prepare(
+        "start server\nexpect line up\nsignal SIGKILL\nexpect exit SIGKILL\n"
+        "start server\nexpect line up\nstop server\n",
+        script(orderly));
+    expectDone();
+}
+
+TEST_F(ScenarioRunnerTest, EndOfTheServerIsComparedWithTheExpected) {
+    prepare("start server\nexpect exit 0 within 20s\n", script("exit 3"));
+    expectFailure("test:2: expect exit 0 within 20s: it was exit status 3");
+}
+
+TEST_F(ScenarioRunnerTest, ServerThatStaysFailsTheExpectedEnd) {
+    prepare("start server\nexpect exit 0 within 50ms\n", script(orderly));
+    expectFailure("test:2: expect exit 0 within 50ms: the server still runs");
+}
+
+TEST_F(ScenarioRunnerTest, ServerThatDiesIsNotRunning) {
+    prepare("start server\nexpect running\n", script("exit 3"));
+    expectFailure("test:2: expect running: the server has ended: exit status 3");
+}
+
+TEST_F(ScenarioRunnerTest, ServerThatLeavesBadlyAtTheEndFailsTheRun) {
+    prepare("start server\nexpect line up\n",
+            script("trap 'exit 4' TERM\necho up\nwhile :; do sleep 0.01; done"));
+    expectFailure("test: at the end: the server left with exit status 4");
+}
+
+TEST_F(ScenarioRunnerTest, ServerThatLeavesWithoutAWordFailsItsStop) {
+    prepare("start server\nexpect line up\nstop server\n",
+            script("trap 'exit 0' TERM\necho up\nwhile :; do sleep 0.01; done"));
+    expectFailure("test:3: stop server: the server left without its last line");
+}
+
+TEST_F(ScenarioRunnerTest, StepsThatNeedTheServerFailWithoutIt) {
+    for (const std::string step :
+         {"stop server", "signal SIGTERM", "expect exit 0", "expect running"}) {
+        prepare(step);
+        expectFailure("test:1: " + step + ": the server was not started");
+    }
+}
+
+TEST_F(ScenarioRunnerTest, ServerIsNotStartedTwice) {
+    prepare("start server\nexpect line up\nstart server", script(orderly));
+    expectFailure("test:3: start server: the server runs already");
+}
+
+TEST_F(ScenarioRunnerTest, SignalToAnEndedServerFails) {
+    prepare("start server\nexpect exit 0\nsignal SIGTERM", script("exit 0"));
+    expectFailure("test:3: signal SIGTERM: the server does not run");
+}
+
+TEST_F(ScenarioRunnerTest, ConfigurationIsChangedBeforeTheStart) {
+    prepare("configure ZephonServer PARAM_5 77\nstart server\nexpect line <PARAM_5>77<\n",
+            script("cat \"$1\""));
+    expectDone();
+}
+
+TEST_F(ScenarioRunnerTest, UnknownConfigurationKeyFailsItsStep) {
+    prepare("configure ZephonServer Colour 7\nstart server\n", script(orderly));
+    EXPECT_EQ(runner->run(), Result::Failed);
+    EXPECT_THAT(runner->failure(), StartsWith("test:1: configure ZephonServer Colour 7: "));
+    EXPECT_THAT(runner->failure(), HasSubstr("Colour"));
+}
+
+TEST_F(ScenarioRunnerTest, RegistersAreSetAndExpected) {
+    prepare(
+        "expect register Processor_Interface 0x20 32 4 within 0s\n"
+        "set Ptfe_Interface0 24 32 0xFFFF0001\n"
+        "expect register Ptfe_Interface0 24 64 0xFFFF0001 within 0s\n"
+        "expect register Ptfe_Interface0 26 8 0xFF within 0s\n"
+        "expect register Ptfe_Interface0 24 16 2 within 0s\n");
+    expectFailure("test:5: expect register Ptfe_Interface0 24 16 2 within 0s: it holds 1 (0x1)");
+    EXPECT_EQ(runner->bench().fpga().read32("Ptfe_Interface0", 24), 0xFFFF0001);
+}
+
+TEST_F(ScenarioRunnerTest, RegisterThatIsSetLaterIsAwaited) {
+    prepare("expect register Ptfe_Interface0 24 32 7 within 60s\n");
+    std::thread later([this] {
+        EXPECT_TRUE(notes.wait("expect register"));
+        runner->bench().fpga().write32("Ptfe_Interface0", 24, 7);
+    });
+    expectDone();
+    later.join();
+}
+
+TEST_F(ScenarioRunnerTest, RegisterThatThereIsNotFailsItsStep) {
+    prepare("set Nowhere_Interface 0 32 1\n");
+    EXPECT_EQ(runner->run(), Result::Failed);
+    EXPECT_THAT(runner->failure(), StartsWith("test:1: set Nowhere_Interface 0 32 1: "));
+    prepare("set Ptfe_Interface0 0xFFFFFFFF 8 1\n");
+    EXPECT_EQ(runner->run(), Result::Failed);
+    EXPECT_THAT(runner->failure(), StartsWith("test:1: set Ptfe_Interface0 0xFFFFFFFF 8 1: "));
+}
+
+TEST_F(ScenarioRunnerTest, StepsKeepTheirTimes) {
+    const auto begin = std::chrono::steady_clock::now();
+    prepare("at 200ms start server\nexpect line up\nafter 100ms stop server\n", script(orderly));
+    expectDone();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 300ms);
+}
+
+TEST_F(ScenarioRunnerTest, InterruptEndsAStreamAndTheScenarioGoesOn) {
+    prepare(
+        "start server\nexpect line up\nstream 100\nwait stream\nexpect no line down within 0s\n",
+        script(orderly));
+    std::thread later([this] {
+        EXPECT_TRUE(notes.wait("wait stream"));
+        runner->interrupt();
+    });
+    expectDone();
+    later.join();
+    EXPECT_TRUE(notes.wait("the stream is stopped"));
+    EXPECT_TRUE(notes.wait("expect no line down"));
+}
+
+TEST_F(ScenarioRunnerTest, InterruptEndsTheScenarioElsewhereAndTheServerInOrder) {
+    prepare("start server\nexpect line up\nexpect line down within 60s\n", script(orderly));
+    std::thread later([this] {
+        EXPECT_TRUE(notes.wait("expect line down"));
+        runner->interrupt();
+    });
+    EXPECT_EQ(runner->run(), Result::Interrupted) << runner->failure();
+    later.join();
+    EXPECT_TRUE(runner->bench().server().wait(0s)->ok());
+}
+
+TEST_F(ScenarioRunnerTest, StreamIsNotWaitedForWhenTheServerDies) {
+    prepare("start server\nstream 100\nwait stream\n", script("exit 0"));
+    expectFailure("test:3: wait stream: the server has ended");
+}
+
+TEST_F(ScenarioRunnerTest, FailureLeavesNothingRunning) {
+    prepare("start server\nexpect line up\nstream 100\nexpect line down within 0s\n",
+            script(orderly));
+    expectFailure("test:4: expect line down within 0s: it did not come; nothing else did");
+    const pid_t server = runner->bench().server().pid();
+    runner.reset();
+    EXPECT_NE(::kill(server, 0), 0);
+}
+
+}  // namespace
+}  // namespace bench
