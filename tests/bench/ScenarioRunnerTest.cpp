@@ -256,7 +256,7 @@ TEST_F(ScenarioRunnerTest, SignalToAnEndedServerFails) {
 
 TEST_F(ScenarioRunnerTest, ConfigurationIsChangedBeforeTheStart) {
     prepare("configure ZephonServer PARAM_5 77\nstart server\nexpect line <PARAM_5>77<\n",
-            script("cat \"$1\""));
+            script("cat \"$1\"\n" + orderly));
     expectDone();
 }
 
