@@ -9,8 +9,11 @@
 #include <pthread.h>
 #include <sstream>
 
+#include "ASPN/HealthReporter.h"
+#include "ASPN/TimeTags.h"
 #include "GpsSerialIo/GssipFrame.h"
 #include "messages/TrevoMessages.h"
+#include "platform/FpgaFace.h"
 #include "platform/WatchdogTimer.h"
 
 using namespace std::chrono_literals;
@@ -23,6 +26,8 @@ namespace {
 
 constexpr std::chrono::nanoseconds pollDuration = 200ms;  // how soon a thread sees its stop flag
 constexpr std::uint32_t readSize = 128;
+constexpr unsigned char linkTopicId = 46;    // of the device id of what a link publishes
+constexpr unsigned int uartDelayChars = 10;  // the UART tells of data when it has so many
 constexpr unsigned int flushReads = 1000;
 constexpr std::chrono::nanoseconds flushDuration = 1s;
 constexpr std::chrono::nanoseconds pauseDuration = 100ms;
@@ -32,6 +37,10 @@ constexpr std::chrono::nanoseconds ownersWriteDuration = 2s;
 
 std::uint16_t wordAt(unsigned char const* frame, std::size_t word) {
     return static_cast<std::uint16_t>(frame[2 * word] | frame[2 * word + 1] << 8);
+}
+
+bool contains(std::vector<int> const& ids, int id) {
+    return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
 IO_PARAMETER parameterOf(IO_PARAMETER_KIND::Value kind) {
@@ -80,13 +89,24 @@ private:
 
 }  // namespace
 
-GpsIo::GpsIo(std::string name, std::string const& portPrefix, unsigned short port,
-             std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial, bool debug)
+GpsIo::GpsIo(std::string name, std::string const& portPrefix, unsigned short port, short pulseIndex,
+             std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial,
+             ASPN2::DeviceIdFactory const& ids, std::shared_ptr<GssipMcsq> gssipQueue,
+             long long queueConnection, bool debug)
     : name_(std::move(name)),
       portName_(portPrefix + std::to_string(port)),
+      pulseIndex_(pulseIndex),
       serial_(std::move(serial)),
       writeControl_(std::dynamic_pointer_cast<FACE::IOSS::Serial::Write_Control>(serial_)),
-      debug_(debug) {
+      gssipQueue_(std::move(gssipQueue)),
+      debug_(debug),
+      queueConnection_(queueConnection) {
+    if (gssipQueue_ == nullptr || !gssipQueue_->IsInitialized(queueConnection_)) {
+        FACE::Return_Code_Value_No_Error("GpsIo.cpp", __LINE__, "GSSIP Queue was not initialized",
+                                         ReturnCode::NO_ACTION);
+    }
+    record_.header().device_id(
+        static_cast<std::int32_t>(ids.makeDeviceId(linkTopicId, port & 0xFFU)));
     parser_.ProcessMessagesWithThis(this, 0);
     parser_.doDebug(debug ? 1 : 0);
 }
@@ -160,6 +180,9 @@ void GpsIo::configProtocolandIMG() {
         std::cout << line.str() << std::flush;
     }
     protocol_ = std::make_unique<GpsIoProtocol>(baud, parity);
+    uartIndex_ = uartIndex;
+    FpgaFace::setUartDelay(uartIndex_, static_cast<unsigned int>(baud), uartDelayChars,
+                           parity != 0 ? 11 : 10);
 }
 
 template <typename Pass>
@@ -184,7 +207,8 @@ void GpsIo::runPasses(StopFlag const& stop, char const* function, Pass pass) {
         } catch (...) {
             what = "<unknown>";
         }
-        report(std::string(": ") + function + "() EXCEPTION: " + what);
+        report(__LINE__, EventTypes::FAILURE,
+               std::string(": ") + function + "() EXCEPTION: " + what);
     }
 }
 
@@ -265,12 +289,20 @@ void GpsIo::addToNoHandshakeList(int id) {
     }
 }
 
+void GpsIo::addToDoNotPublishList(int id) {
+    doNotPublish_.push_back(id);
+}
+
 void GpsIo::addToIgnoreACKRequestList(int id) {
     ignoreAckRequest_.push_back(id);
 }
 
 void GpsIo::disableRetransmit() {
     retransmitEnabled_ = false;
+}
+
+void GpsIo::disableReportProtocolTimeout() {
+    reportProtocolTimeout_ = false;
 }
 
 std::int64_t GpsIo::timeToSendDataWordCount(unsigned short words) const {
@@ -342,7 +374,7 @@ unsigned int GpsIo::WriteBytes(void const* bytes, unsigned int length) {
             line << ", msgid = " << wordAt(frame, 1) << ", wdcnt = " << wordAt(frame, 2)
                  << ", flagWord = 0x" << std::hex << wordAt(frame, 3);
         }
-        report(line.str());
+        report(__LINE__, EventTypes::FAILURE, line.str());
     }
     return length;
 }
@@ -355,9 +387,7 @@ void GpsIo::OnGpsMessageReceived(unsigned char* frame, unsigned int length,
     }
     const std::uint16_t id = wordAt(frame, 1);
     const std::uint16_t flagWord = wordAt(frame, 3);
-    if ((flagWord & FLAG_ACK_REQUEST) != 0 &&
-        std::find(ignoreAckRequest_.begin(), ignoreAckRequest_.end(), id) ==
-            ignoreAckRequest_.end()) {
+    if ((flagWord & FLAG_ACK_REQUEST) != 0 && !contains(ignoreAckRequest_, id)) {
         writeQueue_.push_back(std::make_shared<TrevoHeaderOnlyMsg>(id, FLAG_LINK_READY | FLAG_ACK));
     }
     if ((flagWord & FLAG_LINK_READY) == 0) {
@@ -365,12 +395,29 @@ void GpsIo::OnGpsMessageReceived(unsigned char* frame, unsigned int length,
     }
     if (length == GSSIP_HEADER_BYTES && (flagWord & (FLAG_RESPONSE | FLAG_NAK | FLAG_ACK)) != 0) {
         protocol_->newProtocolMessage(id, flagWord);
+        return;
     }
+    if (!contains(doNotPublish_, id)) {
+        publish(frame, length);
+    }
+}
+
+void GpsIo::publish(unsigned char const* frame, unsigned int length) {
+    aspn2_msgs::idl::header& header = record_.header();
+    const std::uint64_t arrival = FpgaFace::getUARTDataTimestampRaw(uartIndex_);
+    ASPN2::setToA_fromFpgaTicks(arrival, header);
+    ASPN2::setToV_fromFpgaTicks(
+        pulseIndex_ == -1 ? arrival : FpgaFace::getPulseTimestampRaw(pulseIndex_), header);
+    header.seq_num(seqNum_++);
+    record_.data().assign(frame, frame + length);
+    record_.num_bytes(static_cast<std::int32_t>(length));
+    gssipQueue_->Write(queueConnection_, record_, ReturnCode::NO_ERROR);
 }
 
 void GpsIo::OnParserChecksumError(unsigned int /*context*/) {
     const unsigned int count = ++rxChecksumErrors_;
-    report(": readThreadFunction() GSSIP RX CHECKSUM ERROR (" + std::to_string(count) + ")");
+    report(__LINE__, EventTypes::FAILURE,
+           ": readThreadFunction() GSSIP RX CHECKSUM ERROR (" + std::to_string(count) + ")");
 }
 
 void GpsIo::protocolPass() {
@@ -405,13 +452,13 @@ void GpsIo::exchange(MessageQueueItem_t& item) {
     transmit(item, outcome);
     // A wait that a stop has cut short is no time-out: nothing is told or counted.
     if (!outcome.ok && !protocolWorker_.stop.isRequested()) {
-        reportTimeout("1st", id);
+        reportTimeout(__LINE__, EventTypes::INFORMATION, "1st", id);
         if (retransmitEnabled_) {
             resent = true;
             transmit(item, outcome);
             if (!outcome.ok && !protocolWorker_.stop.isRequested()) {
                 ++protocolTimeouts_;
-                reportTimeout("2nd", id);
+                reportTimeout(__LINE__, EventTypes::FAILURE, "2nd", id);
             }
         }
     }
@@ -433,28 +480,38 @@ void GpsIo::exchange(MessageQueueItem_t& item) {
     }
 }
 
-void GpsIo::reportTimeout(char const* which, unsigned int id) {
-    std::ostringstream line;
-    line << ": protocolThreadFunction() GSSIP PROTOCOL TIMEOUT (" << which << ") " << portName_
+void GpsIo::reportTimeout(int line, EventTypes::eEventType type, char const* which,
+                          unsigned int id) {
+    std::ostringstream text;
+    text << ": protocolThreadFunction() GSSIP PROTOCOL TIMEOUT (" << which << ") " << portName_
          << " (" << id << ") (" << protocolTimeouts_ << ")";
-    report(line.str());
+    if (reportProtocolTimeout_) {
+        report(line, type, text.str());
+    } else {
+        print(text.str());
+    }
 }
 
 void GpsIo::reportNak(unsigned int id) {
     const unsigned int count = ++txChecksumErrors_;
-    std::ostringstream line;
-    line << ": protocolThreadFunction() GSSIP TX CHECKSUM ERROR (" << id << ") (" << count << ")";
-    report(line.str());
+    std::ostringstream text;
+    text << ": protocolThreadFunction() GSSIP TX CHECKSUM ERROR (" << id << ") (" << count << ")";
+    report(__LINE__, EventTypes::FAILURE, text.str());
 }
 
 void GpsIo::reportReject(unsigned int id) {
     const unsigned int count = ++rejectedCount_;
-    std::ostringstream line;
-    line << ": protocolThreadFunction() GSSIP MSG REJECTED (" << id << ") (" << count << ")";
-    report(line.str());
+    std::ostringstream text;
+    text << ": protocolThreadFunction() GSSIP MSG REJECTED (" << id << ") (" << count << ")";
+    report(__LINE__, EventTypes::FAILURE, text.str());
 }
 
-void GpsIo::report(std::string const& text) const {
+void GpsIo::print(std::string const& text) const {
     // One write for the whole line, so that the lines of the links' threads do not mix.
     std::cout << name_ + text + "\n" << std::flush;
+}
+
+void GpsIo::report(int line, EventTypes::eEventType type, std::string const& text) const {
+    HealthReporter::Instance().SendEvent(__FILE__, line, type, name_ + text);
+    print(text);
 }

@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "ASPN/DeviceIds.h"
+#include "ASPN/EventTypes.h"
 #include "GpsSerialIo/GpsIoProtocol.h"
 #include "GpsSerialIo/GssipMessage.h"
 #include "GpsSerialIo/GssipParser.h"
@@ -16,15 +18,18 @@
 #include "GpsSerialIo/StopFlag.h"
 #include "GpsSerialIo/SyncQueue.h"
 #include "aspn2_msgs/CommandResponse.h"
+#include "aspn2_msgs/GSSIP.h"
 #include "face/IoServices.h"
 #include "face/SerialWriteControl.h"
+#include "ioss_mcsq/GssipMcsq.h"
 
 /// One full-duplex GSSIP link to the unit over a serial connection (ICD-GPS-153 framing and
-/// handshake).
+/// handshake). Every frame that arrives, except those of the handshake and the identifiers that
+/// are listed, goes unchanged, as a GSSIP record stamped with FPGA time, to a queue device.
 ///
 /// Three threads run between `start` and `stop`: the read thread feeds the parser and answers
-/// with ACKs, the write thread is the only writer of frames, and the protocol thread sends
-/// one handshaked message at a time. Life-cycle operations (`configure...`, `start`, `stop`,
+/// with ACKs and publishes, the write thread is the only writer of frames, and the protocol thread
+/// sends one handshaked message at a time. Life-cycle operations (`configure...`, `start`, `stop`,
 /// the lists) belong to one thread, the owner's; `protocolQueue()` may be filled by any.
 class GpsIo : public IHandleGpsipMessages, public IWriteByteStreams {
 public:
@@ -58,16 +63,21 @@ public:
     };
 
     /// `name` stands in the link's lines; the serial connection is called `portPrefix`
-    /// followed by `port`. Nothing is opened yet.
-    GpsIo(std::string name, std::string const& portPrefix, unsigned short port,
-          std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial, bool debug);
+    /// followed by `port`, which is also the instance in the device id of what is published.
+    /// `pulseIndex` is the FPGA's pulse input that tells when a frame was valid, -1 when that is
+    /// when it came. `queueConnection` is an open connection of `gssipQueue`; without one,
+    /// std::runtime_error is raised: "GSSIP Queue was not initialized". The serial connection is
+    /// not opened yet.
+    GpsIo(std::string name, std::string const& portPrefix, unsigned short port, short pulseIndex,
+          std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial, ASPN2::DeviceIdFactory const& ids,
+          std::shared_ptr<GssipMcsq> gssipQueue, long long queueConnection, bool debug);
     ~GpsIo() override;
     GpsIo(GpsIo const&) = delete;
     GpsIo& operator=(GpsIo const&) = delete;
 
-    /// Stops the link, opens its connection and takes rate and parity from it.
-    /// Raises std::runtime_error: "Unable to open I/O connection", "Unable to retrieve I/O
-    /// connection parameters".
+    /// Stops the link, opens its connection, takes rate and parity from it and tells the FPGA
+    /// how long the line takes for what its UART collects. Raises std::runtime_error: "Unable to
+    /// open I/O connection", "Unable to retrieve I/O connection parameters".
     void configure();
     /// Tells the unit at the present rate to change to `baud` bit/s and `parity` (0 none,
     /// 1 odd, 2 even), gives it 1.5 s, then changes the port. A line that takes no bytes for 2 s
@@ -84,8 +94,11 @@ public:
     void flush();
 
     void addToNoHandshakeList(int id);       ///< after `configure`, before `start`
+    void addToDoNotPublishList(int id);      ///< before `start`
     void addToIgnoreACKRequestList(int id);  ///< before `start`
     void disableRetransmit();
+    /// Time-outs are then told on standard output only.
+    void disableReportProtocolTimeout();
 
     /// Nanoseconds that a frame takes on the line; 0 before `configure`.
     std::int64_t timeToSendDataWordCount(unsigned short words) const;
@@ -128,28 +141,35 @@ private:
     void protocolPass();
     void exchange(MessageQueueItem_t& item);
     void transmit(MessageQueueItem_t const& item, Outcome& outcome);
-    void reportTimeout(char const* which, unsigned int id);
+    void reportTimeout(int line, EventTypes::eEventType type, char const* which, unsigned int id);
     void reportNak(unsigned int id);
     void reportReject(unsigned int id);
-    void report(std::string const& text) const;
+    void publish(unsigned char const* frame, unsigned int length);
+    void print(std::string const& text) const;
+    void report(int line, EventTypes::eEventType type, std::string const& text) const;
 
     // Constant after construction.
     const std::string name_;
     const std::string portName_;
+    const short pulseIndex_;
     const std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial_;
     // The same service; null when its writes never wait.
     const std::shared_ptr<FACE::IOSS::Serial::Write_Control> writeControl_;
+    const std::shared_ptr<GssipMcsq> gssipQueue_;
     const bool debug_;
 
     // Changed by the owner's thread while no worker runs, else only read.
     long long handle_ = -1;
+    unsigned int uartIndex_ = 0;
     std::unique_ptr<GpsIoProtocol> protocol_;
+    std::vector<int> doNotPublish_;
     std::vector<int> ignoreAckRequest_;
 
     // Self-synchronised.
     Utility::SyncQueue<std::shared_ptr<GssipMessage>> writeQueue_{32};
     ProtocolQueue protocolQueue_{512};
     std::atomic<bool> retransmitEnabled_{true};
+    std::atomic<bool> reportProtocolTimeout_{true};
     std::atomic<unsigned int> rxCount_{0};
     std::atomic<unsigned int> rxChecksumErrors_{0};
     std::atomic<unsigned int> writeErrors_{0};
@@ -160,6 +180,9 @@ private:
     // Read thread, and the owner's while it does not run.
     GssipParser parser_;
     FACE::IOSS::Serial::READ_PAYLOAD_TYPE readPayload_;
+    aspn2_msgs::idl::GSSIP record_;  // what is published; kept for its memory
+    long long queueConnection_;
+    long long seqNum_ = 0;
 
     Worker reader_;
     Worker writer_;

@@ -8,8 +8,12 @@
 #include "GpsSerialIo/GpsIo.h"
 #include "platform/Mutex.h"
 
-/// The three links to the unit: 1 the main unit link, 2 data transfer, 3 the PNT device's BIT
-/// port.
+// Numbers of the links to the unit.
+constexpr unsigned short mainUnitLink = 1;
+constexpr unsigned short dataTransferLink = 2;
+constexpr unsigned short pntdBitLink = 3;  ///< the PNT device's BIT port
+
+/// The three links to the unit.
 ///
 /// A message may be sent before the links exist and while they go: it is then lost. The mutex
 /// is held while a message is put into a link's queue, so only that queue's own lock is taken

@@ -27,5 +27,5 @@ void GetConfigParameters(FACE::Configuration& config, int handle, ConfigParamete
     int zeroizeTimeout = 0;
     Get_Signed_Parameter(config, handle, "PARAM_5", zeroizeTimeout, rc);
     parameters.zeroizeTimeout = zeroizeTimeout;
-    Get_String_Parameter(config, handle, "PARAM_6", parameters.queueDevices, rc);
+    Get_String_Parameter(config, handle, "PARAM_6", parameters.unqueuedIds, rc);
 }

@@ -25,7 +25,7 @@ struct ConfigParameters {
     bool logHoldover = false;         ///< PARAM_3: holdover decisions are logged
     FACE::String storedSettings;      ///< PARAM_4: file of the settings that survive a restart
     std::int64_t zeroizeTimeout = 0;  ///< PARAM_5, seconds
-    FACE::String queueDevices;        ///< PARAM_6, comma separated
+    FACE::String unqueuedIds;         ///< PARAM_6, message ids that enter no queue, by commas
 };
 
 /// Each reads every key of its group from the open container, also after one has failed, so

@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "ASPN/HealthReporter.h"
 #include "messages/PntdMessages.h"
 
 namespace {
@@ -14,9 +15,12 @@ ZephonServer::ZephonServer()
     : serverId_(zephonServerId), name_(ASPN2::ServerIds::to_string(zephonServerId)) {}
 
 ZephonServer::~ZephonServer() {
-    // Links first: they end their threads. Then the services from the top down; the transport
-    // goes after the last typed service, and with it the last callback.
+    // The reporters outlive the object, but not with its services. Links next and the queues
+    // after them: they end their threads. Then the services from the top down; the transport goes
+    // after the last typed service, and with it the last callback.
+    endReporters();
     links_.destroy();
+    gssipQueue_.reset();
     commandResponseTs_.reset();
     eventLogTs_.reset();
     gpsTimeTs_.reset();
@@ -66,7 +70,9 @@ void ZephonServer::startServer() {
     started->setPayload(command);
     started->header[3] |= FLAG_ACK_REQUEST;
     sendToPntdBitPort(started);
-    std::cout << name_ + " started successfully.\n" << std::flush;
+    const std::string text = name_ + " started successfully.";
+    HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::INFORMATION, text);
+    std::cout << text + "\n" << std::flush;
     state_ = ReportedState::RUNNING;
 }
 
@@ -76,6 +82,8 @@ void ZephonServer::stopServer() {
             link->stop();
         }
     }
-    std::cout << name_ + " stopped successfully.\n" << std::flush;
+    const std::string text = name_ + " stopped successfully.";
+    HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::INFORMATION, text);
+    std::cout << text + "\n" << std::flush;
     state_ = ReportedState::STOPPED;
 }

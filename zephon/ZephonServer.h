@@ -4,21 +4,25 @@
 #include <memory>
 #include <string>
 
+#include "ASPN/CmdResponse.h"
 #include "ASPN/DeviceIds.h"
 #include "GpsSerialIo/GssipMessage.h"
 #include "aspn2_msgs/BitReport.h"
 #include "aspn2_msgs/CommandResponse.h"
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/GPSTime.h"
+#include "aspn2_msgs/GSSIP.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/MeridanePNT.h"
 #include "aspn2_msgs/PositionVelocity.h"
 #include "aspn2_msgs/UTCTime.h"
 #include "face/LifeCycle.h"
 #include "face/MX_Config.h"
+#include "face/MX_Devmem.h"
 #include "face/MX_SerialPort.h"
 #include "face/MX_TSS.h"
 #include "face/MX_TypedTS.h"
+#include "ioss_mcsq/GssipMcsq.h"
 #include "platform/Mutex.h"
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
@@ -27,7 +31,8 @@
 /// The server: it takes records in, decides, and hands messages on.
 ///
 /// One thread, main's, drives the life cycle; `cb...` members run on the transport's listener
-/// threads, several at a time, and return at once unless the server is running. Lock order:
+/// threads, on the queue service's thread and, for what a link has put on a queue, on that link's
+/// read thread: several at a time. They return at once unless the server is running. Lock order:
 /// the solution lock, then the link table, then a link's queue.
 class ZephonServer
     : public FACE::LCM::Initializable::InitializableInstance,
@@ -52,10 +57,11 @@ public:
     /// Reads the top-level configuration file, then sets priority and processor.
     /// INVALID_CONFIG for a missing file, container or key, and when either can't be set.
     void Configure(FACE::String const& file, ReturnCode::Value& code) override;
-    /// Brings up transport, topics and links. The first failed step ends it with
-    /// INVALID_CONFIG; what a link raises passes through. `file` is not used.
+    /// Brings up transport, topics, devices, queues, FPGA, reporters and links. The first failed
+    /// step ends it with INVALID_CONFIG; what the FPGA, a reporter or a link raises passes
+    /// through. `file` is not used.
     void Framework_Connect(FACE::String const& file, ReturnCode::Value& code) override;
-    /// Takes the topics down; safe after any partial connect. Answers NO_ERROR.
+    /// Takes reporters, FPGA and topics down; safe after any partial connect. Answers NO_ERROR.
     void Framework_Disconnect(ReturnCode::Value& code) override;
     void Query_State(ReportedState::Value& state, ReturnCode::Value& code) override;
     /// START from stopped, STOP from running; anything else answers NOT_AVAILABLE.
@@ -63,6 +69,8 @@ public:
 
     // ---- Routing (ZephonServerRouting.cpp), any thread ----------------------------------
 
+    /// Takes what the Halvor unit and the PNT device say, off the queues and from the links.
+    void cbGssip(aspn2_msgs::idl::GSSIP const& record) const;
     /// Queues a message for all virtual units, unchanged, on link 1.
     void sendToAllEmulators(std::shared_ptr<GssipMessage> const& message);
     /// Queues a message, unchanged, on link 3.
@@ -97,6 +105,12 @@ private:
     };
     static TopicEntry const topicEntries[9];
 
+    /// The queue connections that links write to.
+    struct Queues {
+        long long pntdMx = -1;
+        long long dtIn = -1;
+    };
+
     template <typename T>
     using Typed = std::shared_ptr<FACE::TSS::Details::MX_TypedTS<T>>;
 
@@ -107,7 +121,10 @@ private:
     bool setProcessor() const;
     bool connectTransport();
     bool registerTopics();
-    bool connectSerial();
+    bool connectDevices();
+    bool connectQueues();
+    void startReporters();
+    static void endReporters();
     void connectLinks();
     static void configure_ZP_Comms(GpsIo& link);
     void announce() const;
@@ -137,6 +154,7 @@ private:
     int serverConfigurations_ = 0;
     ASPN2::DeviceIdFactory deviceIds_;
     Topics topics_;
+    Queues queues_;
 
     // Written by main's thread, read by all.
     std::atomic<ReportedState::Value> state_{ReportedState::STOPPED};
@@ -156,6 +174,9 @@ private:
     Typed<aspn2_msgs::idl::UTCTime> utcTimeTs_;
     Typed<aspn2_msgs::idl::BitReport> bitReportTs_;
     Typed<aspn2_msgs::idl::MaintenanceEvent> maintenanceEventTs_;
+    ASPN2::CmdResponse cmdResponse_;
     std::shared_ptr<FACE::IOSS::MX_SerialPort> serial_;
+    std::shared_ptr<FACE::IOSS::MX_Devmem> memory_;
+    std::shared_ptr<GssipMcsq> gssipQueue_;
     LinkTable links_;
 };

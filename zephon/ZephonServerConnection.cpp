@@ -1,8 +1,12 @@
 #include <iostream>
 #include <sstream>
 
+#include "ASPN/HealthReporter.h"
+#include "PCSMaintReporter/PCSMaintReporter.h"
 #include "face/MX_Config_Helpers.h"
+#include "platform/FpgaFace.h"
 #include "platform/ProcessScheduling.h"
+#include "platform/StringUtils.h"
 #include "zephon/BuildInfo.h"
 #include "zephon/ZephonServer.h"
 
@@ -17,6 +21,9 @@ constexpr int noHandshakeIds[] = {15054, 5044,  5047,  5048,  5406,  8040,  8080
 // Messages of the unit whose request for an ACK is left unanswered.
 constexpr int ignoreAckRequestIds[] = {8504,  15050, 15052, 30000, 27535, 27536,
                                        27533, 27534, 27532, 27530, 27531};
+
+// The peripheral that the server needs; switched on when all else is connected.
+constexpr int serverPeripheral = 29;
 
 constexpr char const* xpn = "074-8125-600B";
 constexpr char const* notice = "Gateway between the navigation computer and its receiver unit";
@@ -121,11 +128,16 @@ bool ZephonServer::setProcessor() const {
 
 void ZephonServer::Framework_Connect(FACE::String const& /*file*/, ReturnCode::Value& code) {
     code = ReturnCode::INVALID_CONFIG;
-    if (!connectTransport() || !registerTopics() || !connectSerial()) {
+    if (!connectTransport() || !registerTopics() || !connectDevices() || !connectQueues()) {
         return;
     }
+    deviceIds_.reset(FACE::ToStdString(system_.system).c_str(), serverId_);
+    cmdResponse_.reset(deviceIds_);
+    FpgaFace::InitFpga(memory_);
+    startReporters();
     connectLinks();
     announce();
+    FpgaFace::fpga_set_periph_control(serverPeripheral, 1);
     code = ReturnCode::NO_ERROR;
 }
 
@@ -208,22 +220,68 @@ bool ZephonServer::registerTopics() {
     return true;
 }
 
-bool ZephonServer::connectSerial() {
+bool ZephonServer::connectDevices() {
     ioConfig_ = std::make_shared<FACE::MX_Config>();
     serial_ = std::make_shared<FACE::IOSS::MX_SerialPort>();
+    memory_ = std::make_shared<FACE::IOSS::MX_Devmem>();
+    ReturnCode::Value serial = ReturnCode::NO_ERROR;
+    serial_->Set_Reference("Configuration", ioConfig_, 0, serial);
+    ReturnCode::Value memory = ReturnCode::NO_ERROR;
+    memory_->Set_Reference("Configuration", ioConfig_, 0, memory);
+    if (serial != ReturnCode::NO_ERROR || memory != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    serial_->Initialize(config_.ioDevices, serial);
+    memory_->Initialize(config_.ioDevices, memory);
+    return serial == ReturnCode::NO_ERROR && memory == ReturnCode::NO_ERROR;
+}
+
+bool ZephonServer::connectQueues() {
+    gssipQueue_ = std::make_shared<GssipMcsq>(
+        name_, StringUtils::split(FACE::ToStdString(config_.unqueuedIds), ','));
+    const auto toGssip = [this](aspn2_msgs::idl::GSSIP const& record) { cbGssip(record); };
+    // No job of the server reads these yet; reading keeps their queue from filling up.
+    const auto unread = [](aspn2_msgs::idl::GSSIP const&) {};
+    FACE::String const& file = config_.ioDevices;
     ReturnCode::Value code = ReturnCode::NO_ERROR;
-    serial_->Set_Reference("Configuration", ioConfig_, 0, code);
+    gssipQueue_->Connect_ReadOnly(file, "TREVO_MX", toGssip, code);
     if (code != ReturnCode::NO_ERROR) {
         return false;
     }
-    serial_->Initialize(config_.ioDevices, code);
+    gssipQueue_->Connect_ReadOnly(file, "HALVOR_MX", toGssip, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    gssipQueue_->Connect_ReadOnly(file, "DT_OUT", unread, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    gssipQueue_->Connect_IOWrite(file, "PNTD_MX", queues_.pntdMx, toGssip, code);
+    if (code != ReturnCode::NO_ERROR) {
+        return false;
+    }
+    gssipQueue_->Connect_WriteOnly(file, "DT_IN", queues_.dtIn, code);
     return code == ReturnCode::NO_ERROR;
 }
 
+void ZephonServer::startReporters() {
+    HealthReporter::Instance().InitHealthReporter(name_, deviceIds_, eventLogTs_, topics_.eventLog);
+    PCSMaintReporter::Instance().InitMaintReporter(name_, deviceIds_, maintenanceEventTs_,
+                                                   topics_.maintenanceEvent);
+}
+
+void ZephonServer::endReporters() {
+    HealthReporter::Instance().DoneHealthReporter();
+    PCSMaintReporter::Instance().DoneMaintReporter();
+    FpgaFace::DoneFpga();
+}
+
 void ZephonServer::connectLinks() {
-    deviceIds_.reset(FACE::ToStdString(system_.system).c_str(), serverId_);
+    constexpr short noPulse = -1;
     for (unsigned short number = 1; number <= LinkTable::count; ++number) {
-        auto link = std::make_unique<GpsIo>(name_, "Zephon", number, serial_, config_.debug);
+        auto link = std::make_unique<GpsIo>(
+            name_, "Zephon", number, noPulse, serial_, deviceIds_, gssipQueue_,
+            number == dataTransferLink ? queues_.dtIn : queues_.pntdMx, config_.debug);
         link->configure();
         configure_ZP_Comms(*link);
         links_.create(number, std::move(link));
@@ -240,11 +298,15 @@ void ZephonServer::configure_ZP_Comms(GpsIo& link) {
 }
 
 void ZephonServer::announce() const {
-    std::cout << "//aspn://CORVANE/" + name_ + ":" + BuildInfo::stamp + "/\n";
-    std::cout << name_ + " XPN: " + xpn + "  " + notice + "\n" << std::flush;
+    HealthReporter::Instance().SendConfigEvent("//aspn://CORVANE/" + name_ + ":" +
+                                               BuildInfo::stamp + "/");
+    const std::string banner = name_ + " XPN: " + xpn + "  " + notice;
+    std::cout << banner + "\n" << std::flush;
+    HealthReporter::Instance().SendConfigEvent(banner);
 }
 
 void ZephonServer::Framework_Disconnect(ReturnCode::Value& code) {
+    endReporters();
     if (transport_ != nullptr) {
         // What the single calls answer is not asked: all of them are made.
         ReturnCode::Value ignored = ReturnCode::NO_ERROR;

@@ -82,20 +82,20 @@ TEST_F(GpsIoConfigure, CountsElevenBitsACharacterWithParity) {
 TEST_F(GpsIoConfigure, OpensTheConnectionNamedByPrefixAndDecimalPort) {
     construct({});
     devices.root.linkSerial(channel + 2, unit.devicePath());
-    GpsIo third("Link three", "Zephon", 3, serial, false);
-    third.configure();
+    auto const third = makeLink("Link three", "Zephon", 3);
+    third->configure();
     EXPECT_TRUE(output.waitFor("Serial Params: 6, 4000000, 0\n")) << output.text();
-    GpsIo other("Other", "Zephon", 65535, serial, false);
-    EXPECT_NE(raisedBy([&] { other.configure(); }), "");
+    auto const other = makeLink("Other", "Zephon", 65535);
+    EXPECT_NE(raisedBy([&] { other->configure(); }), "");
     EXPECT_EQ(output.count("Serial Params"), 1U);
 }
 
 TEST_F(GpsIoConfigure, RaisesWhenTheConnectionIsUnknown) {
     construct({});
-    GpsIo stranger("Stranger", "Unknown", 1, serial, false);
-    EXPECT_NE(raisedBy([&] { stranger.configure(); }).find("Unable to open I/O connection"),
+    auto const stranger = makeLink("Stranger", "Unknown", 1);
+    EXPECT_NE(raisedBy([&] { stranger->configure(); }).find("Unable to open I/O connection"),
               std::string::npos);
-    EXPECT_EQ(stranger.timeToSendDataWordCount(0), 0);
+    EXPECT_EQ(stranger->timeToSendDataWordCount(0), 0);
 }
 
 TEST_F(GpsIoConfigure, RaisesWhenTheDeviceDoesNotOpenAndSucceedsOnceItDoes) {

@@ -119,6 +119,33 @@ private:
     std::vector<Outcome> heard_;
 };
 
+/// What a link published, in order. Records come on its read thread.
+class Publications {
+public:
+    GssipMcsq::Callback callback() {
+        return [this](aspn2_msgs::idl::GSSIP const& record) {
+            std::lock_guard<std::mutex> const lock(mutex_);
+            records_.push_back(record);
+            changed_.notify_all();
+        };
+    }
+
+    bool waitFor(std::size_t count) const {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, patience, [&] { return records_.size() >= count; });
+    }
+
+    std::vector<aspn2_msgs::idl::GSSIP> all() const {
+        std::lock_guard<std::mutex> const lock(mutex_);
+        return records_;
+    }
+
+private:
+    mutable std::mutex mutex_;  // guards records_
+    mutable std::condition_variable changed_;
+    std::vector<aspn2_msgs::idl::GSSIP> records_;
+};
+
 /// A folder of devices that this process sees in place of /dev while the object lives.
 class DeviceFolder {
 public:
@@ -131,17 +158,22 @@ public:
     bench::DeviceRoot root{temporary.path() / "dev"};
 };
 
-/// A link on a pseudo-terminal with the unit's model at the far end. Nothing but the unit is
-/// simulated: serial service, configuration and link are the real ones.
+/// A link on a pseudo-terminal with the unit's model at the far end, and a named pipe that nobody
+/// reads as its queue device. Nothing but the unit is simulated: services, configuration and link
+/// are the real ones.
 class GpsIoFixture : public testing::Test {
 protected:
     static constexpr unsigned channel = 4;
+    static constexpr unsigned queuePort = 3;  // of "PNTD_MX" in the configuration
+
+    GpsIoFixture() { devices.root.makeQueue(queuePort); }
 
     struct Setup {
         int baud = patient;
         int parity = 0;
         bool debug = false;
         std::string name = "Link one";
+        short pulseIndex = -1;
     };
 
     void TearDown() override { link.reset(); }
@@ -156,22 +188,41 @@ protected:
         bench::ExampleConfiguration(settings).write(devices.temporary.path());
         devices.root.linkSerial(channel, unit.devicePath());
 
-        auto const file =
-            devices.temporary.path() /
-            bench::ExampleConfiguration::fileName(bench::ExampleConfiguration::File::IoDevices);
         auto const configuration = std::make_shared<FACE::MX_Config>();
         auto const service = std::make_shared<SerialService>();
         auto code = FACE::RETURN_CODE_TYPE::NO_ACTION;
         service->Set_Reference("Configuration", configuration, 0, code);
         EXPECT_EQ(code, FACE::RETURN_CODE_TYPE::NO_ERROR);
-        service->Initialize(file.c_str(), code);
+        service->Initialize(ioDevicesFile().c_str(), code);
         EXPECT_EQ(code, FACE::RETURN_CODE_TYPE::NO_ERROR);
         serial = service;
+        connectQueue(setup.name);
         auto made = std::make_unique<Link>(setup.name, "Zephon", static_cast<unsigned short>(1),
-                                           serial, setup.debug);
+                                           setup.pulseIndex, serial, ids, gssipQueue,
+                                           queueConnection, setup.debug);
         Link& reference = *made;
         link = std::move(made);
         return reference;
+    }
+
+    std::string ioDevicesFile() const {
+        return devices.temporary.path() /
+               bench::ExampleConfiguration::fileName(bench::ExampleConfiguration::File::IoDevices);
+    }
+
+    void connectQueue(std::string const& name) {
+        gssipQueue = std::make_shared<GssipMcsq>(name);
+        auto code = FACE::RETURN_CODE_TYPE::NO_ACTION;
+        gssipQueue->Connect_IOWrite(ioDevicesFile().c_str(), "PNTD_MX", queueConnection,
+                                    published.callback(), code);
+        EXPECT_EQ(code, FACE::RETURN_CODE_TYPE::NO_ERROR);
+    }
+
+    /// One more link on the same services, after construct().
+    std::unique_ptr<GpsIo> makeLink(std::string const& name, std::string const& prefix,
+                                    unsigned short port, bool debug = false) {
+        return std::make_unique<GpsIo>(name, prefix, port, static_cast<short>(-1), serial, ids,
+                                       gssipQueue, queueConnection, debug);
     }
 
     /// A link that is open, with the marker and one more message free of the handshake.
@@ -270,6 +321,10 @@ protected:
     bench::UnitModel unit;
     OutputCapture output;
     Outcomes outcomes;
+    Publications published;
+    ASPN2::DeviceIdFactory const ids{"OSTREL", 49};
+    std::shared_ptr<GssipMcsq> gssipQueue;
+    long long queueConnection = -1;
     std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial;
     std::unique_ptr<GpsIo> link;
 

@@ -35,7 +35,7 @@ TEST_F(LinkTableTest, DestroysALinkWhoseCallbackSends) {
 
 TEST_F(LinkTableTest, ReplacesALinkWhoseCallbackSends) {
     putLinkWithSendingCallback();
-    table.create(1, std::make_unique<GpsIo>("Another", "Zephon", 1, serial, false));
+    table.create(1, makeLink("Another", "Zephon", 1));
     EXPECT_TRUE(sent);
     EXPECT_NE(table.at(1), nullptr);
 }
