@@ -106,6 +106,7 @@ void HealthReporter::pubThreadFunction() {
             } else if (stop_) {
                 return;
             }
+            continue;
         } catch (const std::exception& error) {
             // Piece by piece: this may be about memory.
             std::cout << "!!!!!! " << name_ << " HealthReporter caught exception: " << error.what()
@@ -113,6 +114,11 @@ void HealthReporter::pubThreadFunction() {
         } catch (...) {
             std::cout << "!!!!!! " << name_ << " HealthReporter caught UNKNOWN exception\n";
         }
+        // What keeps failing must neither take the processor nor keep the thread from its end.
+        if (stop_) {
+            return;
+        }
+        std::this_thread::sleep_for(publicationPause);
     }
 }
 

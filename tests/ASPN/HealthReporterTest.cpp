@@ -398,6 +398,24 @@ TEST_F(HealthReporterTest, SurvivesAnUnknownException) {
     reporter_.DoneHealthReporter();
 }
 
+TEST_F(HealthReporterTest, EndsAlsoWhileEveryTryFails) {
+    OutputCapture output;
+    std::atomic<bool> broken{false};
+    atTheClock_ = [&] {
+        if (broken) {
+            throw std::runtime_error("the clock is broken");
+        }
+    };
+    reporter_.SendConfigEvent("config");
+    init();
+    EXPECT_EQ(nextLine(), "2 config");
+    broken = true;
+    ASSERT_TRUE(output.waitFor("the clock is broken\n"));
+    reporter_.DoneHealthReporter();
+    // Ten tries in a second at most: it ended within the first few.
+    EXPECT_LE(output.count("the clock is broken"), 10U) << output.text();
+}
+
 // ---- Threads
 
 TEST_F(HealthReporterTest, SendingNeverWaitsForTheTransport) {
