@@ -98,6 +98,8 @@ TEST_F(SerialLine, AnUnansweredMessageIsSentTwiceAndToldTwice) {
     EXPECT_THAT(bench.server().standardOutput(),
                 HasSubstr("ZephonServer: protocolThreadFunction() GSSIP PROTOCOL TIMEOUT (1st) "
                           "Zephon3 (27530) (0)\n"));
+    EXPECT_TRUE(bench.unit(3).waitForFrames(startedCommand, 2, 20s)) << bench.report();
+    stop();
     EXPECT_EQ(2U, bench.unit(3).frames(startedCommand).size());
 }
 
