@@ -1,0 +1,201 @@
+// What the links report on the event log, and how it stands beside their lines on the console.
+
+#include <string>
+#include <vector>
+
+#include "bench/Bench.h"
+#include "bench/Simulation.h"
+#include "bench/SolutionFrame.h"
+#include "gmock/gmock.h"
+#include "tests/system/EventReader.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using bench::Bench;
+using bench::LoggedFrame;
+using bench::Policy;
+using bench::SolutionFrame;
+using bench::UnitFrame;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+constexpr std::uint16_t startedCommand = 27530;
+constexpr std::int64_t instant = 1'790'000'000'000'000'000;  // Unix time, nanoseconds
+constexpr std::int64_t information = 2;
+constexpr std::int64_t failure = 3;
+
+const std::string fromLink = "GpsIo\\.cpp\\[[0-9]+\\]:";
+
+std::string escaped(std::string const& text) {
+    std::string result;
+    for (const char c : text) {
+        if (std::string("()[].").find(c) != std::string::npos) {
+            result += '\\';
+        }
+        result += c;
+    }
+    return result;
+}
+
+class EventLog : public testing::Test {
+protected:
+    EventLog() : events(bench) {}
+
+    void start() {
+        bench.start();
+        ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
+    }
+    void stop() {
+        const auto exit = bench.stop();
+        ASSERT_TRUE(exit && exit->ok()) << bench.report();
+    }
+
+    /// The line is on the event log, once and with the name of its source, and on the console, once
+    /// and without it.
+    void expectFailure(std::string const& line) {
+        const auto event = events.waitFor(line);
+        ASSERT_TRUE(event) << events.report() << bench.report();
+        EXPECT_EQ(failure, event->type) << line;
+        EXPECT_THAT(event->text, MatchesRegex(fromLink + escaped(line)));
+        EXPECT_EQ(1U, events.count(line)) << events.report();
+        expectOnConsole(line);
+    }
+    void expectInformation(std::string const& line) {
+        const auto event = events.waitFor(line);
+        ASSERT_TRUE(event) << events.report() << bench.report();
+        EXPECT_EQ(information, event->type) << line;
+        EXPECT_EQ(line, event->text);
+        expectOnConsole(line);
+    }
+    void expectOnConsole(std::string const& line) {
+        ASSERT_TRUE(bench.server().waitForLine(line, 20s)) << bench.report();
+        EXPECT_THAT("\n" + bench.server().standardOutput(), HasSubstr("\n" + line + "\n"));
+        EXPECT_EQ(1U, bench.server().countLines(line)) << bench.report();
+    }
+
+    std::vector<std::uint8_t> damagedFrame() {
+        auto bytes = UnitFrame{8015, UnitFrame::linkReady, {1, 2, 3, 4}}.encode();
+        bytes[12] ^= 0x10U;
+        return bytes;
+    }
+
+    /// A frame that wants an ACK; the ACK shows that the link has taken it.
+    void expectAnswered(unsigned link, std::uint16_t id) {
+        bench.unit(link).send({id, UnitFrame::linkReady | UnitFrame::ackRequest, {1}});
+        EXPECT_TRUE(bench.unit(link).waitForFrames(1, 20s, [id](LoggedFrame const& logged) {
+            return logged.frame.id == id && logged.frame.has(UnitFrame::ack);
+        })) << bench.report();
+    }
+
+    Bench bench;
+    EventReader events;
+};
+
+TEST_F(EventLog, TellsTheFirstTimeOutAsInformationAndTheSecondAsFailure) {
+    bench.unit(3).setReaction(startedCommand, {Policy::Silence});
+    start();
+    const std::string line = "ZephonServer: protocolThreadFunction() GSSIP PROTOCOL TIMEOUT ";
+    expectInformation(line + "(1st) Zephon3 (27530) (0)");
+    expectFailure(line + "(2nd) Zephon3 (27530) (1)");
+    EXPECT_TRUE(bench.unit(3).waitForFrames(startedCommand, 2, 20s)) << bench.report();
+    stop();
+    EXPECT_EQ(2U, bench.unit(3).frames(startedCommand).size());
+}
+
+TEST_F(EventLog, TellsWhatTheUnitTookAsDamaged) {
+    bench.unit(3).setReaction(startedCommand, {Policy::Nak, 0ms, 1});
+    start();
+    expectFailure("ZephonServer: protocolThreadFunction() GSSIP TX CHECKSUM ERROR (27530) (1)");
+    ASSERT_TRUE(bench.unit(3).waitForFrames(startedCommand, 2, 20s)) << bench.report();
+    stop();
+}
+
+TEST_F(EventLog, TellsWhatTheUnitRejected) {
+    // At this rate the link waits for seconds, so that the answer comes in time.
+    bench.configuration().set("Zephon3", "Baudrate", "300");
+    bench.unit(3).setReaction(startedCommand, {Policy::Silence});
+    start();
+    ASSERT_TRUE(bench.unit(3).waitForFrames(startedCommand, 1, 20s)) << bench.report();
+    bench.unit(3).send(
+        {startedCommand,
+         UnitFrame::linkReady | UnitFrame::ack | UnitFrame::response | UnitFrame::reject,
+         {}});
+    expectFailure("ZephonServer: protocolThreadFunction() GSSIP MSG REJECTED (27530) (1)");
+    stop();
+    EXPECT_EQ(1U, bench.unit(3).frames(startedCommand).size());
+}
+
+TEST_F(EventLog, TellsDamagedFramesOfEveryLinkAndCountsThemByLink) {
+    start();
+    const std::string line = "ZephonServer: readThreadFunction() GSSIP RX CHECKSUM ERROR ";
+    for (unsigned link = 1; link <= Bench::links; ++link) {
+        bench.unit(link).sendBytes(damagedFrame());
+        ASSERT_TRUE(bench.server().waitForLines(line + "(1)", link, 20s)) << bench.report();
+    }
+    bench.unit(2).sendBytes(damagedFrame());
+    expectFailure(line + "(2)");
+    EXPECT_EQ(3U, events.count(line + "(1)")) << events.report();
+    stop();
+}
+
+TEST_F(EventLog, TellsWhatCouldNotBeWritten) {
+    start();
+    bench::TopicPeer solutions(bench.peerOptions());
+    std::int64_t at = instant;
+    const auto publishPair = [&] {
+        at += 1'000'000'000;
+        return solutions.publish(bench::clockAt(at)) && solutions.publish(bench::navigatorAt(at));
+    };
+    while (!bench.unit(1).waitForFrames(SolutionFrame::id, 1, 100ms)) {
+        ASSERT_LT(at, instant + 200'000'000'000) << bench.report();
+        ASSERT_TRUE(publishPair());  // the server may not have found its publisher yet
+    }
+    UnitFrame const good = bench.unit(1).frames(SolutionFrame::id).front().frame;
+    bench.unit(1).hangUp();
+    ASSERT_TRUE(publishPair());
+    std::ostringstream line;
+    line << "ZephonServer: WriteBytes() GSSIP WRITE ERROR (1), msgid = 15050, wdcnt = "
+         << good.data.size() << ", flagWord = 0x" << std::hex << good.flags;
+    expectFailure(line.str());
+    expectAnswered(2, 5044);
+    expectAnswered(3, 5044);
+    stop();
+}
+
+TEST_F(EventLog, ThinsABurstOutAndGoesOnWithItsNumbers) {
+    constexpr int damaged = 60;
+    start();
+    ASSERT_TRUE(events.waitFor("started successfully.")) << events.report();
+    for (int i = 0; i < damaged; ++i) {
+        bench.unit(1).sendBytes(damagedFrame());
+    }
+    const std::string line = "ZephonServer: readThreadFunction() GSSIP RX CHECKSUM ERROR ";
+    ASSERT_TRUE(bench.server().waitForLines(line, damaged, 20s)) << bench.report();
+    // Ten lines wait at most, and ten a second leave: room comes back.
+    ASSERT_TRUE(events.waitFor(line + "(1)")) << events.report();
+    ASSERT_TRUE(events.waitForCount(3 + 10)) << events.report();
+    bench.unit(2).sendBytes(damagedFrame());
+    ASSERT_TRUE(bench.server().waitForLines(line + "(1)", 2, 20s)) << bench.report();
+    stop();
+    ASSERT_TRUE(events.waitFor("stopped successfully.")) << events.report();
+    EXPECT_EQ(2U, events.count(line + "(1)")) << events.report();
+    EXPECT_LT(events.count(line), static_cast<std::size_t>(damaged)) << events.report();
+    std::int64_t number = 0;
+    for (auto const& event : events.all()) {
+        EXPECT_EQ(number++, event.header.sequence) << events.report();
+    }
+}
+
+TEST_F(EventLog, StaysQuietWhileNothingGoesWrong) {
+    start();
+    for (unsigned link = 1; link <= Bench::links; ++link) {
+        expectAnswered(link, 5044);
+    }
+    stop();
+    ASSERT_TRUE(events.waitFor("stopped successfully.")) << events.report();
+    EXPECT_EQ(4U, events.all().size()) << events.report();
+}
+
+}  // namespace
