@@ -1,6 +1,9 @@
 #include "bench/UnitFrame.h"
 
+#include <charconv>
+#include <sstream>
 #include <string_view>
+#include <system_error>
 
 namespace bench {
 namespace {
@@ -86,6 +89,21 @@ std::string hexadecimal(const std::vector<std::uint8_t>& bytes) {
         text += digits[byte & 15];
     }
     return text;
+}
+
+std::optional<std::vector<std::uint8_t>> fromHexadecimal(const std::string& text) {
+    std::vector<std::uint8_t> bytes;
+    std::istringstream pairs(text);
+    std::string pair;
+    while (pairs >> pair) {
+        std::uint8_t byte = 0;
+        const auto [end, error] = std::from_chars(pair.data(), pair.data() + pair.size(), byte, 16);
+        if (pair.size() != 2 || error != std::errc() || end != pair.data() + pair.size()) {
+            return std::nullopt;
+        }
+        bytes.push_back(byte);
+    }
+    return bytes;
 }
 
 }  // namespace bench

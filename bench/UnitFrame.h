@@ -53,7 +53,10 @@ struct UnitFrame {
 std::optional<UnitFrame> decodeFrame(const std::uint8_t* bytes, std::size_t length,
                                      std::string* defect = nullptr);
 
-/// The bytes as pairs of hexadecimal digits, for reports.
+/// The bytes as pairs of hexadecimal digits, blanks between them.
 std::string hexadecimal(const std::vector<std::uint8_t>& bytes);
+
+/// The bytes of such a text; nothing when it is none.
+std::optional<std::vector<std::uint8_t>> fromHexadecimal(const std::string& text);
 
 }  // namespace bench
