@@ -116,6 +116,14 @@ TopicPeer::Options Bench::peerOptions(TopicPeer::Role role) const {
     return peer;
 }
 
+QueuePeer::Options Bench::queuePeerOptions() const {
+    QueuePeer::Options peer;
+    for (const auto& [name, port] : configuration_.queuePorts()) {
+        peer.queues[name] = devices_.queuePath(port);
+    }
+    return peer;
+}
+
 std::string Bench::report() const {
     std::string text = "--- server: ";
     if (server_ == nullptr) {

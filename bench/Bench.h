@@ -14,6 +14,7 @@
 #include "bench/DomainLock.h"
 #include "bench/ExampleConfiguration.h"
 #include "bench/FpgaModel.h"
+#include "bench/QueuePeer.h"
 #include "bench/TemporaryFolder.h"
 #include "bench/TopicPeer.h"
 #include "bench/UnitModel.h"
@@ -88,6 +89,9 @@ public:
 
     /// The options of a peer that speaks with this server; role and callbacks are the caller's.
     TopicPeer::Options peerOptions(TopicPeer::Role role = TopicPeer::Role::Both) const;
+
+    /// The options of a peer at the far side of the queue devices that the configuration names.
+    QueuePeer::Options queuePeerOptions() const;
 
     /// The server's output and the traffic on all links, for the report of a failed test.
     std::string report() const;

@@ -75,6 +75,19 @@ std::vector<XMLElement*> keysOf(const Documents& files, const std::string& conta
     return found;
 }
 
+std::string nameOf(const XMLElement& container) {
+    return text(container.FirstChildElement("Name"));
+}
+
+/// A number of any base; raises std::out_of_range when the container has no such key.
+unsigned long long numberOf(XMLElement& container, const char* key) {
+    const XMLElement* const element = keyOf(container, key);
+    if (element == nullptr) {
+        throw std::out_of_range(nameOf(container) + " has no " + key);
+    }
+    return std::strtoull(text(element).c_str(), nullptr, 0);
+}
+
 std::unique_ptr<XMLDocument> load(const std::filesystem::path& path) {
     auto document = std::make_unique<XMLDocument>();
     if (document->LoadFile(path.c_str()) != tinyxml2::XML_SUCCESS) {
@@ -150,19 +163,19 @@ void ExampleConfiguration::omitContainer(const std::string& container) {
 }
 
 std::map<std::string, MemoryRegion> ExampleConfiguration::memoryRegions() const {
-    const auto number = [](XMLElement& region, const char* key) {
-        const XMLElement* const element = keyOf(region, key);
-        if (element == nullptr) {
-            throw std::out_of_range("a region of memory has no " + std::string(key));
-        }
-        return std::strtoull(text(element).c_str(), nullptr, 0);
-    };
     std::map<std::string, MemoryRegion> regions;
     for (XMLElement* const region : containersOf(files_, "Memory_Region")) {
-        regions[text(region->FirstChildElement("Name"))] = {number(*region, "BaseAddress"),
-                                                            number(*region, "Size")};
+        regions[nameOf(*region)] = {numberOf(*region, "BaseAddress"), numberOf(*region, "Size")};
     }
     return regions;
+}
+
+std::map<std::string, unsigned> ExampleConfiguration::queuePorts() const {
+    std::map<std::string, unsigned> ports;
+    for (XMLElement* const queue : containersOf(files_, "Queue")) {
+        ports[nameOf(*queue)] = static_cast<unsigned>(numberOf(*queue, "Port"));
+    }
+    return ports;
 }
 
 void ExampleConfiguration::replace(File file, const std::string& text) {

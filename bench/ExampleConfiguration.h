@@ -75,6 +75,10 @@ public:
     /// std::out_of_range when one lacks its address or size.
     std::map<std::string, MemoryRegion> memoryRegions() const;
 
+    /// The queue devices that the files name, as they stand now: the number behind "mcs" of each.
+    /// Raises std::out_of_range when one lacks it.
+    std::map<std::string, unsigned> queuePorts() const;
+
     /// Writes the files into `folder`, which must exist, and returns the path of the top-level
     /// one. Comments stay; relative names of files become paths in `folder`. Raises
     /// std::system_error.

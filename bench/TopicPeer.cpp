@@ -9,11 +9,6 @@
 namespace bench {
 namespace {
 
-// Longer than any request without a time-out of its own takes on a loaded machine.
-constexpr std::chrono::seconds requestTimeout{20};
-
-constexpr std::chrono::seconds endTimeout{10};
-
 /// The side of the wire that a server with this transport talks to.
 std::string otherSide(const std::string& serverTransport) {
     if (serverTransport == "TCP_Server") {
@@ -90,12 +85,7 @@ TopicPeer::TopicPeer(Options options) : options_(std::move(options)) {
     }
     add("--name", nameOf(role));
     child.lineHandler = [this](const std::string& line) { return takeLine(line); };
-    process_ = std::make_unique<ChildProcess>(options_.program, std::move(child));
-}
-
-TopicPeer::~TopicPeer() {
-    process_->closeInput();
-    process_->wait(endTimeout);
+    process_ = std::make_unique<PeerProcess>(options_.program, std::move(child));
 }
 
 /// Takes the reports of records, which are too many to be kept as lines.
@@ -159,49 +149,28 @@ bool TopicPeer::takePublication(std::istream& words) {
     return true;
 }
 
-/// Sends a request and waits for its answer.
-bool TopicPeer::request(const std::string& text, Duration timeout) {
-    std::string number;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        number = std::to_string(++requests_);
-    }
-    std::string failure = "the process does not answer";
-    if (process_->writeLine(number + " " + text)) {
-        const std::string ok = "answer " + number + " ok";
-        const auto answer = process_->waitForLine("answer " + number + " ", timeout);
-        if (answer) {
-            failure = *answer == ok ? "" : *answer;
-        }
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    failure_ = failure;
-    return failure.empty();
-}
-
 bool TopicPeer::waitForReaders(int count, Duration timeout) {
-    return request("match " + std::to_string(count) + " " + std::to_string(timeout.count()),
-                   timeout + requestTimeout);
+    return process_->request(
+        "match " + std::to_string(count) + " " + std::to_string(timeout.count()),
+        timeout + PeerProcess::requestTimeout);
 }
 
 bool TopicPeer::waitForWriters(int count, Duration timeout) {
-    return request("writers " + std::to_string(count) + " " + std::to_string(timeout.count()),
-                   timeout + requestTimeout);
+    return process_->request(
+        "writers " + std::to_string(count) + " " + std::to_string(timeout.count()),
+        timeout + PeerProcess::requestTimeout);
 }
 
 bool TopicPeer::publish(const UtcRecord& record) {
-    return request("publish " + std::string(UtcRecord::topic) + " " + toText(record),
-                   requestTimeout);
+    return process_->request("publish " + std::string(UtcRecord::topic) + " " + toText(record));
 }
 
 bool TopicPeer::publish(const PntRecord& record) {
-    return request("publish " + std::string(PntRecord::topic) + " " + toText(record),
-                   requestTimeout);
+    return process_->request("publish " + std::string(PntRecord::topic) + " " + toText(record));
 }
 
 bool TopicPeer::publish(const EventRecord& record) {
-    return request("publish " + std::string(EventRecord::topic) + " " + toText(record),
-                   requestTimeout);
+    return process_->request("publish " + std::string(EventRecord::topic) + " " + toText(record));
 }
 
 TopicPeer::Schedule TopicPeer::Schedule::fromNow(double rate, std::int64_t count, Duration delay) {
@@ -213,15 +182,15 @@ bool TopicPeer::run(const Schedule& schedule) {
     std::ostringstream text;
     text << std::setprecision(17) << "run " << schedule.rate << ' ' << schedule.count << ' '
          << nanoseconds(schedule.start.time_since_epoch()) << ' ' << schedule.utcStart;
-    return request(text.str(), requestTimeout);
+    return process_->request(text.str());
 }
 
 bool TopicPeer::stop() {
-    return request("stop", requestTimeout);
+    return process_->request("stop");
 }
 
 bool TopicPeer::waitUntilDone(std::size_t runs, Duration timeout) const {
-    return process_->waitForLines(peerProtocol::done, runs, timeout);
+    return process_->child().waitForLines(peerProtocol::done, runs, timeout);
 }
 
 std::deque<Publication<UtcRecord>> TopicPeer::clockPublications() const {
@@ -232,11 +201,6 @@ std::deque<Publication<UtcRecord>> TopicPeer::clockPublications() const {
 std::deque<Publication<PntRecord>> TopicPeer::navigatorPublications() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return navigator_;
-}
-
-std::string TopicPeer::lastFailure() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return failure_;
 }
 
 }  // namespace bench

@@ -12,7 +12,7 @@
 #include <mutex>
 #include <string>
 
-#include "bench/ChildProcess.h"
+#include "bench/PeerProcess.h"
 #include "bench/TopicRecords.h"
 
 namespace bench {
@@ -63,8 +63,6 @@ public:
     /// Starts the process. Raises std::system_error when it cannot run.
     explicit TopicPeer(Options options);
 
-    /// Lets the process take its participant down; kills it when it takes too long.
-    ~TopicPeer();
     TopicPeer(const TopicPeer&) = delete;
     TopicPeer& operator=(const TopicPeer&) = delete;
 
@@ -103,25 +101,22 @@ public:
     std::deque<Publication<PntRecord>> navigatorPublications() const;
 
     /// Why the last request failed; empty when it did not.
-    std::string lastFailure() const;
+    std::string lastFailure() const { return process_->lastFailure(); }
 
-    ChildProcess& process() { return *process_; }
+    ChildProcess& process() { return process_->child(); }
     Role role() const { return options_.role; }
 
 private:
-    bool request(const std::string& text, Duration timeout);
     bool takeLine(const std::string& line);
     bool takePublication(std::istream& words);
     bool takeReception(std::istream& words) const;
 
     const Options options_;
-    mutable std::mutex mutex_;  // guards the four below; a leaf
+    mutable std::mutex mutex_;  // guards the two below; a leaf
     std::deque<Publication<UtcRecord>> clock_;
     std::deque<Publication<PntRecord>> navigator_;
-    std::uint64_t requests_ = 0;
-    std::string failure_;
 
-    std::unique_ptr<ChildProcess> process_;  // last: its thread uses the rest
+    std::unique_ptr<PeerProcess> process_;  // last: its thread uses the rest
 };
 
 }  // namespace bench

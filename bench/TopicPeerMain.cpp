@@ -12,7 +12,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -40,6 +39,7 @@
 #include "aspn2_msgs/MeridanePNT.h"
 #include "aspn2_msgs/TopicTypes.h"
 #include "aspn2_msgs/UTCTime.h"
+#include "bench/PeerProgram.h"
 #include "bench/Simulation.h"
 #include "bench/TopicPeerProtocol.h"
 #include "bench/TopicRecords.h"
@@ -51,6 +51,7 @@ namespace rtps = eprosima::fastrtps;
 namespace dds = eprosima::fastdds;
 namespace idl = aspn2_msgs::idl;
 using Clock = std::chrono::steady_clock;
+using peerProgram::say;
 
 struct Options {
     std::string name = "TopicPeer";
@@ -63,13 +64,6 @@ struct Options {
     std::vector<std::string> topics;   ///< to publish
     std::vector<std::string> watched;  ///< to read
 };
-
-/// Lines of different threads, whole and at once.
-void say(const std::string& line) {
-    static std::mutex mutex;
-    const std::lock_guard<std::mutex> lock(mutex);
-    std::cout << line << std::endl;
-}
 
 idl::header makeHeader(const RecordHeader& plain) {
     idl::header header;
@@ -536,14 +530,8 @@ int run(const Options& options) {
         }
         Schedule schedule(topics);
         say(std::string(peerProtocol::ready));
-        std::string line;
-        while (std::getline(std::cin, line)) {
-            std::istringstream words(line);
-            std::string number;
-            words >> number;
-            const std::string failure = handle(words, topics, watches, schedule);
-            say("answer " + number + (failure.empty() ? " ok" : " failed " + failure));
-        }
+        peerProgram::serve(
+            [&](std::istream& words) { return handle(words, topics, watches, schedule); });
         schedule.stop();
         // Writers and readers go with the participant, their listeners after it.
         rtps::Domain::removeParticipant(participant);

@@ -76,5 +76,13 @@ TEST(UnitFrame, PrintsHexadecimalPairs) {
     EXPECT_EQ(hexadecimal({}), "");
 }
 
+TEST(UnitFrame, ReadsHexadecimalPairs) {
+    EXPECT_EQ(fromHexadecimal("FF 81 0a"), (std::vector<std::uint8_t>{0xFF, 0x81, 0x0A}));
+    EXPECT_EQ(fromHexadecimal(" "), std::vector<std::uint8_t>());
+    for (const char* const wrong : {"F", "FF8", "FF 8", "G0", "0x", "-1"}) {
+        EXPECT_EQ(fromHexadecimal(wrong), std::nullopt) << wrong;
+    }
+}
+
 }  // namespace
 }  // namespace bench
