@@ -49,6 +49,14 @@ std::string framesById(const UnitModel::Statistics& statistics) {
     return text.empty() ? "none" : text;
 }
 
+std::string queueTraffic(const RunFigures& figures) {
+    std::string text;
+    for (const auto& [queue, records] : figures.queueRecords) {
+        text += fmt::format("{}{} {}", text.empty() ? "" : ", ", queue, records);
+    }
+    return text.empty() ? "none" : text;
+}
+
 std::string liveBlock(const RunFigures& figures) {
     const SolutionLedger::Totals& totals = figures.totals;
     std::string text = fmt::format("  running     {:.0f} s, {:g} pairs a second, transport {}\n",
@@ -70,6 +78,7 @@ std::string liveBlock(const RunFigures& figures) {
     }
     text += fmt::format("  events      {} on EventLog, {} on MaintenanceEvent\n", figures.events,
                         figures.faults);
+    text += fmt::format("  queues      {}\n", queueTraffic(figures));
     if (figures.solution) {
         const SolutionFrame& solution = *figures.solution;
         text += fmt::format("  solution    GPS week {}, time of week {:.3f} s\n", solution.gpsWeek,
@@ -94,6 +103,9 @@ std::string liveLine(const RunFigures& figures) {
         figures.handshakeTimeouts);
     if (figures.events + figures.faults > 0) {
         text += fmt::format("  {} events", figures.events + figures.faults);
+    }
+    if (!figures.queueRecords.empty()) {
+        text += "  queues " + queueTraffic(figures);
     }
     const std::uint64_t wrong = totals.wrong + totals.unexplained;
     if (wrong + totals.missing > 0) {

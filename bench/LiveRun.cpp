@@ -153,6 +153,7 @@ std::string summary(ScenarioRunner& runner, ScenarioRunner::Result result) {
     row("handshake time-outs", std::to_string(figures.handshakeTimeouts));
     row("events",
         fmt::format("{} on EventLog, {} on MaintenanceEvent", figures.events, figures.faults));
+    row("queue records", queueTraffic(figures));
     for (const std::string& defect : runner.defects()) {
         row("!", defect);
     }

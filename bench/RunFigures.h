@@ -37,9 +37,9 @@ struct RunFigures {
     std::array<UnitModel::Statistics, Bench::links> links;
     std::size_t handshakeTimeouts = 0;
     std::optional<SolutionFrame> solution;
-    std::uint64_t events = 0;  ///< records of EventLog
-    std::uint64_t faults = 0;  ///< records of MaintenanceEvent
-    std::string lastEvent;
+    std::uint64_t events = 0;                           ///< records of EventLog
+    std::uint64_t faults = 0;                           ///< records of MaintenanceEvent
+    std::map<std::string, std::uint64_t> queueRecords;  ///< by queue, in either direction
 
     std::uint64_t checksumErrors() const;
 };

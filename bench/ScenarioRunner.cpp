@@ -129,7 +129,6 @@ void ScenarioRunner::see(const EventRecord& event) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         ++events_;
-        lastEvent_ = text;
     }
     note("EventLog " + text);
     seen_.add(Observation{std::string(EventRecord::topic), UnitFrame(), event.text});
@@ -144,6 +143,27 @@ void ScenarioRunner::see(const MaintenanceRecord& fault) {
     note(fmt::format("MaintenanceEvent criticality {}, source {}: {}", fault.criticality,
                      fault.header.source, printable(text)));
     seen_.add(Observation{std::string(MaintenanceRecord::topic), UnitFrame(), text});
+}
+
+void ScenarioRunner::see(const QueueRead& read) {
+    const auto records = decodeRecords(read.bytes);
+    if (!records) {
+        note(fmt::format("{}: {} bytes that are no record", read.queue, read.bytes.size()));
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        queueRecords_[read.queue] += records->size();
+    }
+    for (const QueueRecord& record : *records) {
+        std::string defect;
+        auto frame = decodeFrame(record.data.data(), record.data.size(), &defect);
+        if (frame) {
+            seen_.add({read.queue, std::move(*frame), ""});
+        } else {
+            note(fmt::format("{}: a record without a frame: {}", read.queue, defect));
+        }
+    }
 }
 
 void ScenarioRunner::note(const std::string& line) const {
@@ -175,6 +195,15 @@ void ScenarioRunner::startPeers() {
     }
     for (const Role role : roles) {
         peers_.push_back({makePeer(role), 0});
+    }
+    QueuePeer::Options options = bench_.queuePeerOptions();
+    options.keptReads = 1;
+    options.onRead = [this](const QueueRead& read) { see(read); };
+    queues_ = std::make_unique<QueuePeer>(options);
+    for (const char* const queue : {"PNTD_MX", "DT_IN"}) {
+        if (!queues_->startReading(queue)) {
+            throw StepFailure(queues_->lastFailure());
+        }
     }
 }
 
@@ -243,6 +272,7 @@ ScenarioRunner::Result ScenarioRunner::run() {
                                       : fmt::format("{}:{}: {}: {}", scenario_.name, present->line,
                                                     printable(present->text), failure_);
     }
+    queues_.reset();
     peers_.clear();
     const auto rest = ledger_.finish();
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -427,8 +457,27 @@ void ScenarioRunner::carryOut(const action::Send& step) {
     bench_.unit(step.link).sendBytes(step.bytes);
 }
 
-void ScenarioRunner::carryOut(const action::Inject& /*step*/) {
-    throw StepFailure("the bench has no queue devices");
+void ScenarioRunner::carryOut(const action::Inject& step) {
+    const auto* const frame = std::get_if<UnitFrame>(&step.content);
+    bool written = false;
+    if (frame != nullptr) {
+        const auto utc = due_.time_since_epoch() + utcAhead_;
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(utc);
+        QueueRecord record;
+        record.sequence = injected_++;
+        record.validity.seconds = seconds.count();
+        record.validity.nanoseconds = static_cast<std::int32_t>((utc - seconds).count());
+        record.arrival = record.validity;
+        record.data = frame->encode();
+        written = queues_->write(step.queue, record);
+    } else {
+        written = queues_->write(step.queue, std::get<std::vector<std::uint8_t>>(step.content));
+    }
+    if (!written) {
+        throw StepFailure(queues_->lastFailure());
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++queueRecords_[step.queue];
 }
 
 void ScenarioRunner::carryOut(const action::SetRegister& step) {
@@ -591,7 +640,7 @@ RunFigures ScenarioRunner::figures() {
     figures.rate = rate_;
     figures.events = events_;
     figures.faults = faults_;
-    figures.lastEvent = lastEvent_;
+    figures.queueRecords = queueRecords_;
     return figures;
 }
 

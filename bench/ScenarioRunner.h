@@ -3,7 +3,9 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -11,6 +13,7 @@
 
 #include "bench/Bench.h"
 #include "bench/ObservationLog.h"
+#include "bench/QueuePeer.h"
 #include "bench/RunFigures.h"
 #include "bench/Scenario.h"
 #include "bench/SolutionLedger.h"
@@ -114,6 +117,7 @@ private:
     void see(const std::string& line);
     void see(const EventRecord& event);
     void see(const MaintenanceRecord& fault);
+    void see(const QueueRead& read);
     void note(const std::string& line) const;
 
     const Scenario scenario_;
@@ -130,19 +134,21 @@ private:
     double rate_ = 0;
     std::uint64_t events_ = 0;
     std::uint64_t faults_ = 0;
-    std::string lastEvent_;
+    std::map<std::string, std::uint64_t> queueRecords_;
     SolutionLedger::Latencies recent_;
     SolutionLedger::Latencies all_;
     std::uint64_t framesBefore_ = 0;
     Clock::time_point lastFigures_;
 
     // The running thread's own.
+    std::int64_t injected_ = 0;
     std::string failure_;
     Clock::time_point zero_;  // of the scenario's clock
     Clock::time_point due_;   // of the present step
 
     Bench bench_;  // after all that it reports to
     std::vector<Peer> peers_;
+    std::unique_ptr<QueuePeer> queues_;
 };
 
 }  // namespace bench

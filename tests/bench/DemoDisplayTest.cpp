@@ -27,6 +27,7 @@ RunFigures someFigures() {
     result.handshakeTimeouts = 4;
     result.events = 5;
     result.faults = 2;
+    result.queueRecords = {{"DT_IN", 3}, {"PNTD_MX", 12}};
     return result;
 }
 
@@ -53,15 +54,16 @@ TEST(LatencySummary, TakesOneValueAndNone) {
 TEST(DemoDisplay, LineTellsTheFigures) {
     EXPECT_EQ(liveLine(someFigures()),
               "   12 s  117 of 120 pairs right  9.9/s  no frame  3 checksum errors  4 time-outs  "
-              "7 events  2 WRONG  1 MISSING");
+              "7 events  queues DT_IN 3, PNTD_MX 12  2 WRONG  1 MISSING");
 }
 
-TEST(DemoDisplay, LineIsSilentOnEventsAndWrongSolutionsThatThereAreNot) {
+TEST(DemoDisplay, LineIsSilentOnEventsQueuesAndWrongSolutionsThatThereAreNot) {
     RunFigures figures = someFigures();
     figures.totals.wrong = 0;
     figures.totals.missing = 0;
     figures.events = 0;
     figures.faults = 0;
+    figures.queueRecords.clear();
     figures.recent = LatencySummary::of({432us, 1313us});
     EXPECT_EQ(liveLine(figures),
               "   12 s  117 of 120 pairs right  9.9/s  p50   432  p99  1313  max  1313 us  "
@@ -73,6 +75,7 @@ TEST(DemoDisplay, BlockTellsTheFiguresInAFixedNumberOfLines) {
     const std::string before = liveBlock(figures);
     EXPECT_NE(before.find("117 right byte for byte, 2 wrong, 1 missing"), std::string::npos);
     EXPECT_NE(before.find("3 checksum errors, 4 handshake time-outs"), std::string::npos);
+    EXPECT_NE(before.find("queues      DT_IN 3, PNTD_MX 12\n"), std::string::npos);
     EXPECT_NE(before.find("5 on EventLog, 2 on MaintenanceEvent"), std::string::npos);
     EXPECT_NE(before.find("link 1: 119 x 15050 fused solution, 3 x 27560"), std::string::npos);
     EXPECT_NE(before.find("link 2: none"), std::string::npos);

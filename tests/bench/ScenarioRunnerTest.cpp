@@ -255,8 +255,10 @@ TEST_F(ScenarioRunnerTest, SignalToAnEndedServerFails) {
 }
 
 TEST_F(ScenarioRunnerTest, ConfigurationIsChangedBeforeTheStart) {
-    prepare("configure ZephonServer PARAM_5 77\nstart server\nexpect line <PARAM_5>77<\n",
-            script("cat \"$1\"\n" + orderly));
+    prepare(
+        "configure ZephonServer PARAM_5 77\nstart server\nexpect line <PARAM_5>77<\nexpect line "
+        "up\n",
+        script("cat \"$1\"\n" + orderly));
     expectDone();
 }
 
@@ -265,6 +267,56 @@ TEST_F(ScenarioRunnerTest, UnknownConfigurationKeyFailsItsStep) {
     EXPECT_EQ(runner->run(), Result::Failed);
     EXPECT_THAT(runner->failure(), StartsWith("test:1: configure ZephonServer Colour 7: "));
     EXPECT_THAT(runner->failure(), HasSubstr("Colour"));
+}
+
+TEST_F(ScenarioRunnerTest, RecordsOfAQueueAreExpected) {
+    prepare(
+        "expect DT_IN frame 8504 flags=0x8000 1 2 within 30s\n"
+        "expect DT_IN frame 8505\n"
+        "expect no DT_IN frame 8504 within 0s\n"
+        "expect no PNTD_MX frame 8504 within 0s\n");
+    QueuePeer server(runner->bench().queuePeerOptions());
+    // Both at once, and behind bytes that are nothing.
+    ASSERT_TRUE(server.write("DT_IN", QueuePeer::Bytes{1, 2, 3})) << server.lastFailure();
+    std::thread later([this, &server] {
+        EXPECT_TRUE(notes.wait("DT_IN: 3 bytes that are no record"));
+        QueueRecord record;
+        record.data = UnitFrame{8504, UnitFrame::linkReady, {1, 2, 3}}.encode();
+        QueuePeer::Bytes bytes = record.encode();
+        record.data = UnitFrame{8505, UnitFrame::linkReady, {}}.encode();
+        const QueuePeer::Bytes more = record.encode();
+        bytes.insert(bytes.end(), more.begin(), more.end());
+        record.data = {1, 2};
+        EXPECT_TRUE(server.write("PNTD_MX", record)) << server.lastFailure();
+        EXPECT_TRUE(notes.wait("PNTD_MX: a record without a frame: shorter than a header"));
+        EXPECT_TRUE(server.write("DT_IN", bytes)) << server.lastFailure();
+    });
+    expectDone();
+    later.join();
+    EXPECT_EQ(runner->figures().queueRecords.at("DT_IN"), 2U);
+    EXPECT_EQ(runner->figures().queueRecords.at("PNTD_MX"), 1U);
+}
+
+TEST_F(ScenarioRunnerTest, RecordsAndBytesAreInjected) {
+    prepare(
+        "inject TREVO_MX frame 5040 flags=0x9000 7\n"
+        "inject TREVO_MX frame 5044\n"
+        "inject DT_OUT bytes FF81 00\n");
+    QueuePeer server(runner->bench().queuePeerOptions());
+    expectDone();
+    ASSERT_TRUE(server.startReading("TREVO_MX")) << server.lastFailure();
+    ASSERT_TRUE(server.startReading("DT_OUT")) << server.lastFailure();
+    ASSERT_TRUE(server.waitForRecords("TREVO_MX", 2, deadline));
+    const auto records = server.records("TREVO_MX");
+    ASSERT_EQ(records->size(), 2U);
+    EXPECT_EQ(records->front().data, (UnitFrame{5040, 0x9000, {7}}.encode()));
+    EXPECT_EQ(records->back().data, (UnitFrame{5044, 0x8000, {}}.encode()));
+    EXPECT_EQ(records->back().sequence, 1);
+    EXPECT_GT(records->back().validity.seconds, 1'700'000'000);
+    EXPECT_FALSE(server.waitForRecords("DT_OUT", 1, deadline));  // at once: it is no record
+    ASSERT_EQ(server.reads("DT_OUT").size(), 1U);
+    EXPECT_EQ(server.reads("DT_OUT").front().bytes, (QueuePeer::Bytes{0xFF, 0x81, 0x00}));
+    EXPECT_EQ(runner->figures().queueRecords.at("TREVO_MX"), 2U);
 }
 
 TEST_F(ScenarioRunnerTest, RegistersAreSetAndExpected) {
