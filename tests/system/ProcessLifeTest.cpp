@@ -7,6 +7,7 @@
 
 #include "bench/Bench.h"
 #include "gmock/gmock.h"
+#include "tests/system/Waiting.h"
 
 namespace {
 
@@ -32,17 +33,6 @@ bool catches(ChildProcess const& process, int signal) {
         }
     }
     return false;
-}
-
-bool waitUntil(std::function<bool()> const& condition, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
 }
 
 TEST(ProcessLife, WithoutAnArgumentItTellsItsUsageAndEndsWithOne) {
@@ -105,7 +95,7 @@ TEST_P(FaultSignal, TakesItsDefaultActionTheSecondTime) {
     ASSERT_TRUE(catches(bench.server(), GetParam()));
     bench.server().signal(GetParam());
     // The handler has gone as soon as the first one was taken; the stop takes longer.
-    ASSERT_TRUE(waitUntil([&] { return !catches(bench.server(), GetParam()); }, 5s));
+    ASSERT_TRUE(holdsInTime([&] { return !catches(bench.server(), GetParam()); }, 5s));
     bench.server().signal(GetParam());
     const auto exit = bench.server().wait(20s);
     ASSERT_TRUE(exit) << bench.report();
