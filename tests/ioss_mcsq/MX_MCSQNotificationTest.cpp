@@ -90,6 +90,7 @@ private:
 class MX_MCSQNotificationTest : public ServiceFixture {
 protected:
     MX_MCSQNotificationTest() { start(); }
+    ~MX_MCSQNotificationTest() override { service.reset(); }  // before those it calls
 
     /// The number of the service's thread; none when it does not run.
     static std::optional<pid_t> callbackThread() {
