@@ -112,7 +112,7 @@ public:
 
     Payload payload() const {
         Payload copy;
-        std::memcpy(&copy, data, sizeof copy);
+        std::memcpy(static_cast<void*>(&copy), data, sizeof copy);
         return copy;
     }
 

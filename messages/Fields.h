@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -8,8 +10,8 @@
 
 /// Declared layouts: every field of a message is named once, with its place and width, and
 /// nothing else knows a word number. A field works on the whole frame of its message, an
-/// array of five header words, the data words and the data checksum; a field that reaches
-/// outside the data words does not compile.
+/// array of five header words, the data words and the data checksum, or on a record, which has
+/// the data words alone; a field that reaches outside the data words does not compile.
 ///
 /// Word 0 is the first data word. Bit 0 is the least significant bit.
 namespace fields {
@@ -19,6 +21,49 @@ constexpr std::size_t headerWords = 5;
 template <std::size_t words>
 using Frame = std::array<std::uint16_t, headerWords + words + 1>;
 
+/// Data words without a frame around them: a whole payload, or one group of those that a message
+/// repeats. A derived record names its fields and adds no members.
+template <std::size_t Words>
+struct Record {
+    static constexpr std::size_t wordCount = Words;
+
+    /// Writes one field, named by its type: `status.set<PntdStatusMsg::Kind>(3)`.
+    template <typename Field>
+    void set(typename Field::Type const& value) {
+        Field::set(*this, value);
+    }
+
+    /// Reads one field.
+    template <typename Field>
+    typename Field::Type get() const {
+        return Field::get(*this);
+    }
+
+    std::array<std::uint16_t, Words> words{};
+};
+
+/// The `Count` data words from `Word` on, of a frame or of a record.
+template <std::size_t Word, std::size_t Count, std::size_t N>
+constexpr std::uint16_t const* place(std::array<std::uint16_t, N> const& frame) {
+    static_assert(headerWords + Word + Count <= N - 1, "the field lies outside the data words");
+    return frame.data() + headerWords + Word;
+}
+template <std::size_t Word, std::size_t Count, std::size_t N>
+constexpr std::uint16_t* place(std::array<std::uint16_t, N>& frame) {
+    static_assert(headerWords + Word + Count <= N - 1, "the field lies outside the data words");
+    return frame.data() + headerWords + Word;
+}
+template <std::size_t Word, std::size_t Count, std::size_t N>
+constexpr std::uint16_t const* place(Record<N> const& record) {
+    static_assert(Word + Count <= N, "the field lies outside the data words");
+    return record.words.data() + Word;
+}
+template <std::size_t Word, std::size_t Count, std::size_t N>
+constexpr std::uint16_t* place(Record<N>& record) {
+    static_assert(Word + Count <= N, "the field lies outside the data words");
+    return record.words.data() + Word;
+}
+
 /// Bits `Low` to `Low + Width - 1` of one data word; a set leaves the other bits alone.
 template <std::size_t Word, unsigned Low, unsigned Width>
 struct BitField {
@@ -26,16 +71,14 @@ struct BitField {
     using Type = std::uint16_t;
     static constexpr std::uint16_t mask = static_cast<std::uint16_t>(((1U << Width) - 1U) << Low);
 
-    template <std::size_t N>
-    static std::uint16_t get(std::array<std::uint16_t, N> const& frame) {
-        static_assert(headerWords + Word < N - 1, "the field lies outside the data words");
-        return static_cast<std::uint16_t>((frame[headerWords + Word] & mask) >> Low);
+    template <typename Storage>
+    static std::uint16_t get(Storage const& storage) {
+        return static_cast<std::uint16_t>((*place<Word, 1>(storage) & mask) >> Low);
     }
 
-    template <std::size_t N>
-    static void set(std::array<std::uint16_t, N>& frame, std::uint16_t value) {
-        static_assert(headerWords + Word < N - 1, "the field lies outside the data words");
-        std::uint16_t& word = frame[headerWords + Word];
+    template <typename Storage>
+    static void set(Storage& storage, std::uint16_t value) {
+        std::uint16_t& word = *place<Word, 1>(storage);
         word = static_cast<std::uint16_t>((word & ~mask) | ((value << Low) & mask));
     }
 };
@@ -44,27 +87,68 @@ struct BitField {
 template <std::size_t Word>
 using WordField = BitField<Word, 0, 16>;
 
+/// Bits of one byte. Byte 0 is the low byte of word 0.
+template <std::size_t Byte, unsigned Low, unsigned Width>
+struct ByteBits : BitField<Byte / 2, 8 * (Byte % 2) + Low, Width> {
+    static_assert(Low + Width <= 8, "the bits lie within one byte");
+};
+
+/// One whole byte.
+template <std::size_t Byte>
+using ByteField = ByteBits<Byte, 0, 8>;
+
 /// A number in the machine's own form over whole data words, as 32-bit and 64-bit IEEE
 /// floats travel in the solution messages.
 template <std::size_t Word, typename T>
 struct MachineField {
-    static_assert(std::is_arithmetic_v<T> && sizeof(T) % 2 == 0);
+    static_assert(std::is_trivially_copyable_v<T> && sizeof(T) % 2 == 0);
     using Type = T;
 
-    template <std::size_t N>
-    static T get(std::array<std::uint16_t, N> const& frame) {
-        static_assert(headerWords + Word + sizeof(T) / 2 <= N - 1,
-                      "the field lies outside the data words");
+    template <typename Storage>
+    static T get(Storage const& storage) {
         T value;
-        std::memcpy(&value, &frame[headerWords + Word], sizeof value);
+        std::memcpy(static_cast<void*>(&value), place<Word, sizeof(T) / 2>(storage), sizeof value);
         return value;
     }
 
-    template <std::size_t N>
-    static void set(std::array<std::uint16_t, N>& frame, T value) {
-        static_assert(headerWords + Word + sizeof(T) / 2 <= N - 1,
-                      "the field lies outside the data words");
-        std::memcpy(&frame[headerWords + Word], &value, sizeof value);
+    template <typename Storage>
+    static void set(Storage& storage, T const& value) {
+        std::memcpy(place<Word, sizeof(T) / 2>(storage), &value, sizeof value);
+    }
+};
+
+/// The same of a number format of WireNumbers.h, by its record: `NumberField<0, OtwDECD>`.
+template <std::size_t Word, typename Number>
+using NumberField = MachineField<Word, Number>;
+
+/// `Count` groups of words from `Word` on, each with the fields of `Group`, which is a Record.
+template <std::size_t Word, typename Group, std::size_t Count>
+struct GroupField {
+    static_assert(sizeof(Group) == 2 * Group::wordCount, "a group has no members of its own");
+    static constexpr std::size_t count = Count;
+    static constexpr std::size_t end = Word + Count * Group::wordCount;
+
+    /// `index` is below `count`.
+    template <typename Storage>
+    static Group get(Storage const& storage, std::size_t index) {
+        Group group;
+        std::copy_n(at(place<Word, Count * Group::wordCount>(storage), index), Group::wordCount,
+                    group.words.begin());
+        return group;
+    }
+
+    /// `index` is below `count`.
+    template <typename Storage>
+    static void set(Storage& storage, std::size_t index, Group const& group) {
+        std::copy(group.words.begin(), group.words.end(),
+                  at(place<Word, Count * Group::wordCount>(storage), index));
+    }
+
+private:
+    template <typename Pointer>
+    static Pointer at(Pointer groups, std::size_t index) {
+        assert(index < Count);
+        return groups + index * Group::wordCount;
     }
 };
 

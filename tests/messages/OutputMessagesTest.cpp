@@ -22,25 +22,4 @@ TEST(OstrelPvtOutput, ClearAllLeavesOnlyTheDefaultFlags) {
     }
 }
 
-TEST(Fields, ABitFieldLeavesTheOtherBitsOfItsWordAlone) {
-    fields::Frame<2> frame;
-    frame.fill(0xEEEE);
-    fields::BitField<1, 4, 4>::set(frame, 0x123);
-    EXPECT_EQ(0xEE3E, frame[6]);
-    EXPECT_EQ(0x3, (fields::BitField<1, 4, 4>::get(frame)));
-    EXPECT_EQ(0xEEEE, frame[5]);
-    EXPECT_EQ(0xEEEE, frame[7]);
-}
-
-TEST(Fields, AMachineFieldStandsInTheMachinesOwnOrder) {
-    fields::Frame<4> frame;
-    frame.fill(0xEEEE);
-    fields::MachineField<1, float>::set(frame, 1.0F);  // 0x3F800000
-    EXPECT_EQ(0xEEEE, frame[5]);
-    EXPECT_EQ(0x0000, frame[6]);
-    EXPECT_EQ(0x3F80, frame[7]);
-    EXPECT_EQ(0xEEEE, frame[8]);
-    EXPECT_EQ(1.0F, (fields::MachineField<1, float>::get(frame)));
-}
-
 }  // namespace
