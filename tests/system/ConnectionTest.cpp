@@ -97,6 +97,13 @@ TEST_F(Connection, SwitchesItsPeripheralOn) {
     }
 }
 
+TEST_F(Connection, LeavesAPeripheralThatTheFpgaDoesNotHaveAlone) {
+    Bench::Options options;
+    options.fpga.periphs = 29;  // counted from 0
+    start(options);
+    EXPECT_EQ(0U, bench->fpga().read32("Peripheral_Interface", serverPeripheral));
+}
+
 TEST_F(Connection, SwitchesItsPeripheralOnOnlyWhenAllElseIsConnected) {
     bench = std::make_unique<Bench>();
     bench->configuration().set("Zephon3", "ChannelNum", "77");

@@ -127,6 +127,26 @@ TEST_F(QueueInput, ARowOfRecordsLosesNone) {
     EXPECT_EQ(0U, reports()) << bench.report();
 }
 
+TEST_F(QueueInput, TheLinksAndTheQueuesAreHeardAtOnce) {
+    constexpr std::uint16_t count = 300;
+    start();
+    startReading();
+    for (std::uint16_t i = 0; i < count; ++i) {
+        bench.unit(1).send(makeFrame(2000 + i, 1));
+        bench.unit(3).send(makeFrame(3000 + i, 1));
+        write("HALVOR_MX", makeRecord(1000 + i));
+    }
+    ASSERT_TRUE(bench.server().waitForLines("Recvd GSSIP: ", 3 * count, patience))
+        << bench.report();
+    const std::string output = "\n" + bench.server().standardOutput();
+    for (std::uint16_t i = 0; i < count; ++i) {
+        EXPECT_THAT(output, HasSubstr("\n" + lineOf(1000 + i) + "\n"));
+        EXPECT_THAT(output, HasSubstr("\n" + lineOf(2000 + i, "PNT-D") + "\n"));
+        EXPECT_THAT(output, HasSubstr("\n" + lineOf(3000 + i, "PNT-D") + "\n"));
+    }
+    stop();
+}
+
 TEST_F(QueueInput, RecordsWithoutAWholeHeaderMakeNoTrouble) {
     start();
     QueueRecord record = makeRecord(4711);

@@ -91,6 +91,20 @@ TEST_F(QueueRoad, ARecordBearsTheTimeOfItsUart) {
     }
 }
 
+TEST_F(QueueRoad, AUartThatTheFpgaDoesNotHaveGivesTheTimeOfNoTicks) {
+    bench.fpga().write32("Processor_Interface", 0x20, 2);  // UARTs 0 and 1
+    startWithReaders();
+    EXPECT_NE(0U, bench.fpga().read32("TimeStamp_Interface", (1 + 48) * 8));
+    EXPECT_EQ(0U, bench.fpga().read32("TimeStamp_Interface", (2 + 48) * 8));
+    bench.unit(2).send(makeFrame(8015, 4));
+    const auto records = recordsOf(2, 1);
+    ASSERT_EQ(1U, records.size());
+    EXPECT_EQ(0, records[0].arrival.seconds);
+    EXPECT_EQ(-8, records[0].arrival.nanoseconds);
+    EXPECT_EQ(0, records[0].validity.seconds);
+    EXPECT_EQ(-8, records[0].validity.nanoseconds);
+}
+
 TEST_F(QueueRoad, FramesOfTheHandshakeStayAway) {
     startWithReaders();
     for (const unsigned link : everyLink) {
@@ -224,6 +238,32 @@ TEST_F(QueueRoad, TwoThousandFramesBackToBackOnEveryLinkArriveAllAndInOrder) {
         }
     }
     stop();
+}
+
+TEST_F(QueueRoad, AStopInTheMiddleOfTheTrafficIsInOrder) {
+    startWithReaders();
+    std::vector<std::uint8_t> bytes;
+    for (std::uint16_t i = 0; i < 20'000; ++i) {
+        const auto frame = makeFrame(i, 31, UnitFrame::linkReady | UnitFrame::ackRequest).encode();
+        bytes.insert(bytes.end(), frame.begin(), frame.end());
+    }
+    for (const unsigned link : everyLink) {
+        bench.unit(link).sendBytes(bytes);
+    }
+    ASSERT_TRUE(siblings.waitForRecords("PNTD_MX", 10, patience)) << bench.report();
+    ASSERT_TRUE(siblings.waitForRecords("DT_IN", 10, patience)) << bench.report();
+    const auto begin = std::chrono::steady_clock::now();
+    stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, Seconds(8));
+    for (const unsigned link : everyLink) {
+        std::int64_t previous = -1;
+        for (Record const& record : recordsOf(link, 1)) {
+            EXPECT_GT(record.sequence, previous) << link;  // the queue may have been full
+            previous = record.sequence;
+            EXPECT_EQ(bytes.size() / 20'000, record.data.size()) << link;
+        }
+        EXPECT_GE(previous, 0) << link;
+    }
 }
 
 }  // namespace
