@@ -8,12 +8,12 @@
 #include "bench/SolutionFrame.h"
 #include "gmock/gmock.h"
 #include "tests/system/EventReader.h"
+#include "tests/system/LinkProbe.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using bench::Bench;
-using bench::LoggedFrame;
 using bench::Policy;
 using bench::SolutionFrame;
 using bench::UnitFrame;
@@ -79,14 +79,6 @@ protected:
         auto bytes = UnitFrame{8015, UnitFrame::linkReady, {1, 2, 3, 4}}.encode();
         bytes[12] ^= 0x10U;
         return bytes;
-    }
-
-    /// A frame that wants an ACK; the ACK shows that the link has taken it.
-    void expectAnswered(unsigned link, std::uint16_t id) {
-        bench.unit(link).send({id, UnitFrame::linkReady | UnitFrame::ackRequest, {1}});
-        EXPECT_TRUE(bench.unit(link).waitForFrames(1, 20s, [id](LoggedFrame const& logged) {
-            return logged.frame.id == id && logged.frame.has(UnitFrame::ack);
-        })) << bench.report();
     }
 
     Bench bench;
@@ -159,8 +151,8 @@ TEST_F(EventLog, TellsWhatCouldNotBeWritten) {
     line << "ZephonServer: WriteBytes() GSSIP WRITE ERROR (1), msgid = 15050, wdcnt = "
          << good.data.size() << ", flagWord = 0x" << std::hex << good.flags;
     expectFailure(line.str());
-    expectAnswered(2, 5044);
-    expectAnswered(3, 5044);
+    EXPECT_TRUE(answers(bench, 2, 5044)) << bench.report();
+    EXPECT_TRUE(answers(bench, 3, 5044)) << bench.report();
     stop();
 }
 
@@ -191,7 +183,7 @@ TEST_F(EventLog, ThinsABurstOutAndGoesOnWithItsNumbers) {
 TEST_F(EventLog, StaysQuietWhileNothingGoesWrong) {
     start();
     for (unsigned link = 1; link <= Bench::links; ++link) {
-        expectAnswered(link, 5044);
+        EXPECT_TRUE(answers(bench, link, 5044)) << bench.report();
     }
     stop();
     ASSERT_TRUE(events.waitFor("stopped successfully.")) << events.report();

@@ -73,13 +73,6 @@ protected:
         return result;
     }
 
-    /// A frame that wants an ACK; the ACK shows that the link has taken it.
-    void expectAnswered(unsigned link, std::uint16_t id) {
-        const std::size_t before = bench.unit(link).frames(id).size();
-        bench.unit(link).send(makeFrame(id, 1, Frame::linkReady | Frame::ackRequest));
-        EXPECT_TRUE(bench.unit(link).waitForFrames(id, before + 1, patience)) << bench.report();
-    }
-
     /// Gives a queue device room for so many bytes, and answers how much it then has.
     int makeRoom(unsigned port, int bytes) {
         const bench::FileDescriptor queue(openQueue(port));

@@ -6,6 +6,7 @@
 #include "bench/Simulation.h"
 #include "bench/SolutionFrame.h"
 #include "gmock/gmock.h"
+#include "tests/system/LinkProbe.h"
 
 namespace {
 
@@ -63,14 +64,6 @@ protected:
         ASSERT_TRUE(exit && exit->ok()) << bench.report();
     }
 
-    /// A frame of the unit that wants an ACK; the ACK shows that the link has taken it.
-    void expectAnswered(unsigned link, std::uint16_t id) {
-        bench.unit(link).send({id, UnitFrame::linkReady | UnitFrame::ackRequest, {1, 2, 3}});
-        EXPECT_TRUE(bench.unit(link).waitForFrames(1, 20s, [id](LoggedFrame const& logged) {
-            return logged.frame.id == id && logged.frame.has(UnitFrame::ack);
-        })) << bench.report();
-    }
-
     Bench bench;
     std::unique_ptr<TopicPeer> peer;
 };
@@ -115,7 +108,7 @@ TEST_F(SerialLine, ANakIsToldAndTheMessageSentOnceMore) {
 TEST_F(SerialLine, FramesThatWantAnAckGetOneOnEveryLink) {
     start();
     for (unsigned link = 1; link <= Bench::links; ++link) {
-        expectAnswered(link, 5044);
+        EXPECT_TRUE(answers(bench, link, 5044)) << bench.report();
     }
     stop();
 }
@@ -123,7 +116,8 @@ TEST_F(SerialLine, FramesThatWantAnAckGetOneOnEveryLink) {
 TEST_F(SerialLine, TheAckRequestsOfListedMessagesAreLeftUnanswered) {
     start();
     bench.unit(3).send({27535, UnitFrame::linkReady | UnitFrame::ackRequest, {1}});
-    expectAnswered(3, 27558);  // what was sent first has been taken by then
+    EXPECT_TRUE(answers(bench, 3, 27558))
+        << bench.report();  // what was sent first has been taken by then
     EXPECT_TRUE(bench.unit(3).frames(27535).empty()) << bench.report();
 }
 
@@ -138,13 +132,13 @@ TEST_F(SerialLine, NoiseOnTheLineLosesNothingGood) {
     noise.insert(noise.end(), 300, 0xFF);
     bench.unit(1).sendBytes(noise);
     expectSolution();
-    expectAnswered(1, 5044);
+    EXPECT_TRUE(answers(bench, 1, 5044)) << bench.report();
 
     auto damaged = UnitFrame{8015, UnitFrame::linkReady, {1, 2, 3, 4}}.encode();
     damaged[12] ^= 0x10U;
     bench.unit(1).sendBytes(damaged);
     ASSERT_TRUE(bench.server().waitForLine("GSSIP RX CHECKSUM ERROR (", 20s)) << bench.report();
-    expectAnswered(1, 5048);
+    EXPECT_TRUE(answers(bench, 1, 5048)) << bench.report();
     expectSolution();
     stop();
 }
@@ -172,7 +166,7 @@ TEST_F(SerialLine, ALinkThatHangsUpLeavesTheOthersAloneAndTheStopInOrder) {
     connectPeer();
     bench.unit(2).hangUp();
     expectSolution();
-    expectAnswered(3, 5044);
+    EXPECT_TRUE(answers(bench, 3, 5044)) << bench.report();
     stop();
 }
 
@@ -190,7 +184,7 @@ TEST_F(SerialLine, AUnitThatReadsNothingDoesNotHoldUpTheStop) {
 TEST_F(SerialLine, WithDebugBothDirectionsAreDumped) {
     bench.configuration().set("ZephonServer", "Debug", "true");
     start();
-    expectAnswered(1, 5044);
+    EXPECT_TRUE(answers(bench, 1, 5044)) << bench.report();
     stop();
     const std::string output = bench.server().standardOutput();
     EXPECT_THAT(output, HasSubstr("R:Header:  81FF 13B4 0003 9000"));
