@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <stdexcept>
+#include <utility>
 
 #include "bench/SharedMemory.h"
 
@@ -11,6 +12,19 @@ namespace {
 
 constexpr std::chrono::seconds startTimeout{20};
 constexpr std::chrono::seconds endTimeout{5};
+constexpr char const* readyLine = "ready";
+
+std::unique_ptr<bench::Bench> startOnBench(std::filesystem::path const& program,
+                                           Settings const& settings,
+                                           std::function<void(bench::Bench&)> const& prepare) {
+    bench::Bench::Options options;
+    options.server = program;
+    options.settings = settings;
+    auto bench = std::make_unique<bench::Bench>(options);
+    prepare(*bench);
+    bench->start();
+    return bench;
+}
 
 }  // namespace
 
@@ -21,16 +35,33 @@ Settings roadSettings() {
 }
 
 std::unique_ptr<bench::Bench> startServer(std::filesystem::path const& program,
-                                          Settings const& settings) {
-    bench::Bench::Options options;
-    options.server = program;
-    options.settings = settings;
-    auto server = std::make_unique<bench::Bench>(options);
-    server->start();
+                                          Settings const& settings,
+                                          std::function<void(bench::Bench&)> const& prepare) {
+    auto server = startOnBench(program, settings, prepare);
     if (!server->waitUntilRunning(startTimeout)) {
         throw std::runtime_error("the server does not come up\n" + server->report());
     }
     return server;
+}
+
+std::unique_ptr<bench::Bench> startSubject(std::filesystem::path const& program,
+                                           Settings const& settings,
+                                           std::function<void(bench::Bench&)> const& prepare) {
+    auto subject = startOnBench(program, settings, prepare);
+    if (!subject->server().waitForLine(readyLine, startTimeout)) {
+        throw std::runtime_error(program.string() + " does not come up\n" + subject->report());
+    }
+    return subject;
+}
+
+std::unique_ptr<bench::ChildProcess> startProgram(std::string const& name,
+                                                  bench::ChildProcess::Options options) {
+    auto process =
+        std::make_unique<bench::ChildProcess>(bench::programFolder() / name, std::move(options));
+    if (!process->waitForLine(readyLine, startTimeout)) {
+        throw std::runtime_error(name + " does not come up\n" + process->output());
+    }
+    return process;
 }
 
 FloorProcess::FloorProcess(std::string const& name, Settings const& settings,
@@ -43,10 +74,7 @@ FloorProcess::FloorProcess(std::string const& name, Settings const& settings,
     options.arguments = {std::to_string(settings_.domain), settings_.transport,
                          std::to_string(settings_.historyDepth)};
     options.arguments.insert(options.arguments.end(), arguments.begin(), arguments.end());
-    process_ = std::make_unique<bench::ChildProcess>(bench::programFolder() / name, options);
-    if (!process_->waitForLine("ready", startTimeout)) {
-        throw std::runtime_error(name + " does not come up\n" + process_->output());
-    }
+    process_ = startProgram(name, options);
 }
 
 FloorProcess::~FloorProcess() {

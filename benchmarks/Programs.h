@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,10 +24,26 @@ using Settings = bench::ExampleConfiguration::Settings;
 /// frame waits for the one before it.
 Settings roadSettings();
 
-/// Starts the server on the bench and waits until it runs. Raises std::runtime_error with its
-/// output when it does not.
-std::unique_ptr<bench::Bench> startServer(std::filesystem::path const& program,
-                                          Settings const& settings);
+/// Where the example configuration has a link's records go: PNTD_MX, for link 2 DT_IN.
+constexpr unsigned queueOfLink(unsigned link) {
+    return link == 2 ? 4 : 3;
+}
+
+/// Starts the server on the bench and waits until it runs. `prepare` is called before, to change
+/// the bench. Raises std::runtime_error with the server's output when it does not come up.
+std::unique_ptr<bench::Bench> startServer(
+    std::filesystem::path const& program, Settings const& settings,
+    std::function<void(bench::Bench&)> const& prepare = [](bench::Bench&) {});
+
+/// The same for a program that stands in the server's place and says that it is ready.
+std::unique_ptr<bench::Bench> startSubject(std::filesystem::path const& program,
+                                           Settings const& settings,
+                                           std::function<void(bench::Bench&)> const& prepare);
+
+/// Starts a program of this build and waits until it says that it is ready. Raises
+/// std::runtime_error with its output when it does not.
+std::unique_ptr<bench::ChildProcess> startProgram(std::string const& name,
+                                                  bench::ChildProcess::Options options);
 
 /// A floor program, ended by the destructor. One thread.
 class FloorProcess {

@@ -19,7 +19,7 @@ constexpr std::chrono::milliseconds endTimeout = 20s;
 
 }  // namespace
 
-RoadSamples RoadSubject::measure(double rate, std::int64_t count) {
+LatencySamples RoadSubject::measure(double rate, std::int64_t count) {
     auto const before = line_.statistics().framesById[bench::SolutionFrame::id];
     auto const schedule = bench::TopicPeer::Schedule::fromNow(rate, count);
     auto const duration = std::chrono::milliseconds(
@@ -49,7 +49,7 @@ RoadSamples RoadSubject::measure(double rate, std::int64_t count) {
         note(publication.record.gpsTime, publication);
     }
 
-    RoadSamples samples;
+    LatencySamples samples;
     for (auto const& entry : line_.frames(bench::SolutionFrame::id)) {
         auto const solution = bench::SolutionFrame::decode(entry.frame);
         auto const found = solution ? published.find(solution->gpsTimeOfWeek) : published.end();

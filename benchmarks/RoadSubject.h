@@ -4,18 +4,12 @@
 #include <cstdint>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "bench/TopicPeer.h"
 #include "bench/UnitModel.h"
+#include "benchmarks/LatencyComparison.h"
 
 namespace benchmarks {
-
-/// Latencies of one block of publications.
-struct RoadSamples {
-    std::vector<double> microseconds;
-    std::size_t lost = 0;  ///< pairs published that no frame came of
-};
 
 /// A program that turns pairs of records into frames on a line, with the two ends that measure
 /// it. One thread.
@@ -29,9 +23,9 @@ public:
 
     /// Publishes `count` pairs, `rate` a second, and waits for their frames. Each latency is from
     /// right before the later record of the pair is handed to the transport, in the peer's
-    /// process, to right after the read that brought the last byte of the frame. Raises
-    /// std::runtime_error when the peer fails.
-    RoadSamples measure(double rate, std::int64_t count);
+    /// process, to right after the read that brought the last byte of the frame. A pair that no
+    /// frame came of is lost. Raises std::runtime_error when the peer fails.
+    LatencySamples measure(double rate, std::int64_t count);
 
 private:
     std::string name_;

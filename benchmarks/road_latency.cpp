@@ -1,9 +1,7 @@
 // Latency of a fused solution, from publication to the last byte on the line: the real server on
 // the bench beside the floor program, in alternating blocks of one run.
 
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -14,7 +12,7 @@
 #include <fmt/core.h>
 #include <nlohmann/json.hpp>
 
-#include "benchmarks/LatencyStatistics.h"
+#include "benchmarks/LatencyComparison.h"
 #include "benchmarks/Programs.h"
 #include "benchmarks/RoadSubject.h"
 
@@ -22,10 +20,8 @@ namespace benchmarks {
 namespace {
 
 // What the server may cost over the floor.
-constexpr double targetP50 = 1.2;
-constexpr double targetP99 = 1.5;
+constexpr LatencyAims aims{1.2, 1.5};
 
-constexpr double blockSeconds = 2;
 constexpr std::int64_t warmUpPairs = 50;
 
 struct Options {
@@ -35,88 +31,6 @@ struct Options {
     Settings road = roadSettings();
     bool json = false;
 };
-
-/// The figures of one subject at one rate.
-struct Result {
-    LatencySummary all;
-    /// Median of the blocks' own p99: a burst of other work on the machine spoils single blocks,
-    /// but decides the p99 of the whole run.
-    double blockP99 = 0;
-    std::size_t lost = 0;
-};
-
-/// One subject's blocks at one rate.
-class Series {
-public:
-    void add(RoadSamples const& samples) {
-        microseconds_.insert(microseconds_.end(), samples.microseconds.begin(),
-                             samples.microseconds.end());
-        blockP99s_.push_back(summarize(samples.microseconds).p99);
-        lost_ += samples.lost;
-    }
-
-    Result result() const { return {summarize(microseconds_), summarize(blockP99s_).p50, lost_}; }
-
-private:
-    std::vector<double> microseconds_;
-    std::vector<double> blockP99s_;
-    std::size_t lost_ = 0;
-};
-
-struct Row {
-    double rate = 0;
-    Result server;
-    Result floor;
-
-    double ratio50() const { return server.all.p50 / floor.all.p50; }
-    double ratio99() const { return server.all.p99 / floor.all.p99; }
-    double ratioBlock99() const { return server.blockP99 / floor.blockP99; }
-};
-
-/// Blocks of server and floor by turns, so that what drifts on the machine meets both alike.
-Row compare(RoadSubject& server, RoadSubject& floor, double rate, double seconds) {
-    int const blocks = std::max(1, static_cast<int>(std::lround(seconds / blockSeconds)));
-    auto const pairs = static_cast<std::int64_t>(std::max(1.0, rate * seconds / blocks));
-    Series serverSeries;
-    Series floorSeries;
-    for (int block = 0; block < blocks; ++block) {
-        serverSeries.add(server.measure(rate, pairs));
-        floorSeries.add(floor.measure(rate, pairs));
-    }
-    return {rate, serverSeries.result(), floorSeries.result()};
-}
-
-void print(char const* name, Result const& result) {
-    fmt::print("  {:<8}{:>8}{:>8}{:>10.1f}{:>10.1f}{:>10.1f}{:>12.1f}\n", name, result.all.count,
-               result.lost, result.all.p50, result.all.p99, result.all.max, result.blockP99);
-}
-
-void print(Row const& row) {
-    fmt::print("{} Hz\n  {:<8}{:>8}{:>8}{:>10}{:>10}{:>10}{:>12}   us\n", row.rate, "", "frames",
-               "lost", "p50", "p99", "max", "block p99");
-    print("server", row.server);
-    print("floor", row.floor);
-    auto const verdict = [](double ratio, double target) {
-        return fmt::format("{} {}", target, ratio <= target ? "met" : "missed");
-    };
-    fmt::print("  {:<24}{:>10.2f}{:>10.2f}{:>10.2f}{:>12.2f}\n", "ratio", row.ratio50(),
-               row.ratio99(), row.server.all.max / row.floor.all.max, row.ratioBlock99());
-    fmt::print("  {:<22}{:>12}{:>12}\n\n", "aim", verdict(row.ratio50(), targetP50),
-               verdict(row.ratio99(), targetP99));
-    std::fflush(stdout);
-}
-
-nlohmann::json toJson(Result const& result) {
-    return {{"frames", result.all.count}, {"lost", result.lost},
-            {"p50_us", result.all.p50},   {"p99_us", result.all.p99},
-            {"max_us", result.all.max},   {"block_p99_us", result.blockP99}};
-}
-
-nlohmann::json toJson(Row const& row) {
-    return {{"rate_hz", row.rate},        {"server", toJson(row.server)},
-            {"floor", toJson(row.floor)}, {"ratio_p50", row.ratio50()},
-            {"ratio_p99", row.ratio99()}, {"ratio_block_p99", row.ratioBlock99()}};
-}
 
 void run(Options const& options) {
     auto const serverBench = startServer(options.server, options.road);
@@ -133,14 +47,17 @@ void run(Options const& options) {
 
     nlohmann::json rows = nlohmann::json::array();
     for (double const rate : options.rates) {
-        Row const row = compare(server, floor, rate, options.seconds);
-        if (row.server.all.count == 0 || row.floor.all.count == 0) {
-            throw std::runtime_error("no frame arrived\n" + serverBench->report());
-        }
+        auto const measureWith = [](RoadSubject& subject) {
+            return [&subject](double hertz, std::int64_t pairs) {
+                return subject.measure(hertz, pairs);
+            };
+        };
+        LatencyRow const row =
+            compareLatencies(measureWith(server), measureWith(floor), rate, options.seconds);
         if (options.json) {
             rows.push_back(toJson(row));
         } else {
-            print(row);
+            print(fmt::format("{} Hz", row.rate), row, aims);
         }
     }
     if (options.json) {
