@@ -24,7 +24,7 @@ public:
 
     /// Writes one field, named by its type: `message.set<OstrelPvtLayout::GpsWeek>(2300)`.
     template <typename Field>
-    void set(typename Field::Type value) {
+    void set(typename Field::Type const& value) {
         Field::set(frame_, value);
     }
 
@@ -33,6 +33,10 @@ public:
     typename Field::Type get() const {
         return Field::get(frame_);
     }
+
+protected:
+    const fields::Frame<Layout::words>& frame() const { return frame_; }
+    fields::Frame<Layout::words>& frame() { return frame_; }
 
 private:
     fields::Frame<Layout::words> frame_{};

@@ -1,6 +1,5 @@
 #include "gmock/gmock.h"
 #include "messages/Fields.h"
-#include "messages/WireNumbers.h"
 
 namespace {
 
@@ -87,6 +86,43 @@ TEST(Fields, AGroupOfARepeatedOneIsReadAndWrittenByItsIndex) {
                                    0xEEEE, 0xEEEE));
     EXPECT_EQ(1, Pairs::get(frame, 1).get<Pair::First>());
     EXPECT_EQ(0xEE, Pairs::get(frame, 0).get<Pair::First>());
+}
+
+TEST(Fields, ABitFieldDropsWhatIsTooWide) {
+    fields::Frame<1> frame{};
+    fields::BitField<0, 4, 4>::set(frame, 0xFFFF);
+    EXPECT_EQ(0x00F0, frame[5]);
+}
+
+TEST(Fields, WordsAndBytesAreCopiedAsTheyStand) {
+    fields::Record<4> record;
+    record.words.fill(0xEEEE);
+    record.set<fields::WordsField<1, 2>>({0x1234, 0x5678});
+    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x1234, 0x5678, 0xEEEE));
+    record.set<fields::BytesField<4, 2>>({0x01, 0x02});
+    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x1234, 0x0201, 0xEEEE));
+    EXPECT_THAT((record.get<fields::WordsField<1, 2>>()), ElementsAre(0x1234, 0x0201));
+    EXPECT_THAT((record.get<fields::BytesField<2, 2>>()), ElementsAre(0x34, 0x12));
+}
+
+TEST(Fields, TextIsCutAtItsWidthAndPaddedWithBlanks) {
+    fields::Record<4> record;
+    record.words.fill(0xEEEE);
+    record.set<fields::TextField<2, 4>>("ABCDEFG");
+    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x4241, 0x4443, 0xEEEE));
+    EXPECT_EQ("ABCD", (record.get<fields::TextField<2, 4>>()));
+    record.set<fields::TextField<2, 4>>("A");
+    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x2041, 0x2020, 0xEEEE));
+}
+
+TEST(Fields, SwappedTextHasTheBytesOfEachWordExchanged) {
+    fields::Record<4> record;
+    record.words.fill(0xEEEE);
+    record.set<fields::SwappedTextField<2, 4>>("ABC");
+    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x4142, 0x4320, 0xEEEE));
+    EXPECT_EQ("ABC ", (record.get<fields::SwappedTextField<2, 4>>()));
+    record.words[2] = 0x4300;
+    EXPECT_EQ("ABC", (record.get<fields::SwappedTextField<2, 4>>()));
 }
 
 }  // namespace

@@ -1,0 +1,153 @@
+#include "tests/messages/WireDocument.h"
+
+#include <cctype>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+std::string trimmed(std::string const& text) {
+    auto const begin = text.find_first_not_of(' ');
+    auto const end = text.find_last_not_of(' ');
+    return begin == std::string::npos ? "" : text.substr(begin, end - begin + 1);
+}
+
+std::vector<std::string> splitAt(std::string const& text, char separator) {
+    std::vector<std::string> parts;
+    std::istringstream in(text);
+    for (std::string part; std::getline(in, part, separator);) {
+        parts.push_back(trimmed(part));
+    }
+    return parts;
+}
+
+/// The cells of a table's line; empty for any other line.
+std::vector<std::string> cellsOf(std::string const& line) {
+    if (line.size() < 2 || line.front() != '|' || line.back() != '|') {
+        return {};
+    }
+    // Behind the last cell one blank, or getline would drop an empty one.
+    return splitAt(line.substr(1, line.size() - 2) + " ", '|');
+}
+
+/// The text between two backticks; empty when `cell` is anything else.
+std::string quotedName(std::string const& cell) {
+    bool const quoted = cell.size() > 2 && cell.front() == '`' && cell.back() == '`';
+    return quoted ? cell.substr(1, cell.size() - 2) : "";
+}
+
+/// Bits of the types that always have the same width; 0 for the others.
+std::size_t bitsOfType(std::string const& type) {
+    static std::map<std::string, std::size_t> const widths = {
+        {"signed word", 16}, {"32-bit", 32},        {"signed 32-bit", 32},
+        {"float", 32},       {"double", 64},        {"PDP double", 64},
+        {"PDP float", 32},   {"Tesk extended", 48}, {"Tesk float", 32},
+    };
+    auto const at = widths.find(type);
+    return at == widths.end() ? 0 : at->second;
+}
+
+std::optional<FieldPlace> placeOf(std::string const& offset, std::string const& type) {
+    if (!std::regex_match(offset, std::regex("[0-9]{1,4}"))) {
+        return std::nullopt;
+    }
+    FieldPlace place{8 * std::stoul(offset), 0, type};
+    std::smatch match;
+    if (type == "byte" || type == "word") {
+        place.bits = type == "byte" ? 8 : 16;
+        place.type = "bits";
+    } else if (std::regex_match(type, match, std::regex("bit ([0-9]{1,2})"))) {
+        place.firstBit += std::stoul(match[1]);
+        place.bits = 1;
+        place.type = "bits";
+    } else if (std::regex_match(type, match, std::regex("bits ([0-9]{1,2})-([0-9]{1,2})"))) {
+        place.firstBit += std::stoul(match[1]);
+        place.bits = std::stoul(match[2]) - std::stoul(match[1]) + 1;
+        place.type = "bits";
+    } else if (std::regex_match(type, match,
+                                std::regex("([0-9]{1,4}) (words|bytes|(?:swapped )?characters)"))) {
+        place.bits = std::stoul(match[1]) * (match[2] == "words" ? 16 : 8);
+        place.type = match[2];
+    } else if (std::regex_match(type, match,
+                                std::regex("([0-9]{1,4}) groups of ([0-9]{1,4}) bytes"))) {
+        place.bits = std::stoul(match[1]) * std::stoul(match[2]) * 8;
+        place.type = "groups";
+    } else {
+        place.bits = bitsOfType(type);
+    }
+    return place.bits == 0 ? std::nullopt : std::optional(place);
+}
+
+/// One line of a field table: as many offsets as names. False when it cannot be read.
+bool addFields(LayoutFields& fields, std::vector<std::string> const& cells) {
+    auto const offsets = splitAt(cells[0], ',');
+    auto const names = splitAt(cells[2], ',');
+    if (offsets.size() != names.size() || names.empty()) {
+        return false;
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        auto const place = placeOf(offsets[i], cells[1]);
+        auto const name = quotedName(names[i]);
+        if (!place || name.empty() || !fields.emplace(name, *place).second) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// One line of the table of messages: identifier, class, words, flag word. A word count and a
+/// flag word may have words behind them.
+bool addHeads(std::map<unsigned, MessageHead>& heads, std::vector<std::string> const& cells) {
+    std::smatch words;
+    std::smatch flagWord;
+    if (!std::regex_search(cells[2], words, std::regex("[0-9]{1,4}")) ||
+        !std::regex_search(cells[3], flagWord, std::regex("0x[0-9A-F]{4}"))) {
+        return false;
+    }
+    MessageHead const head{static_cast<unsigned>(std::stoul(words[0])),
+                           static_cast<unsigned>(std::stoul(flagWord[0], nullptr, 16))};
+    for (auto const& id : splitAt(cells[0], ',')) {
+        if (std::regex_match(id, std::regex("[0-9]{1,5}"))) {
+            heads.emplace(static_cast<unsigned>(std::stoul(id)), head);
+        } else if (id != "any") {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+std::string toText(FieldPlace const& place) {
+    return place.type + " of " + std::to_string(place.bits) + " bits from bit " +
+           std::to_string(place.firstBit % 8) + " of byte " + std::to_string(place.firstBit / 8);
+}
+
+WireDocument::WireDocument(std::string const& markdown) {
+    enum class Table { none, fields, messages } table = Table::none;
+    std::string layout;
+    bool underHeading = false;
+    std::istringstream in(markdown);
+    for (std::string line; std::getline(in, line);) {
+        auto const cells = cellsOf(line);
+        if (cells.empty()) {
+            table = Table::none;
+            continue;
+        }
+        if (cells.size() >= 4 && cells[0] == "Offset" && cells[1] == "Type" &&
+            !quotedName(cells[2]).empty()) {
+            table = Table::fields;
+            layout = quotedName(cells[2]);
+            underHeading = true;
+        } else if (cells.size() >= 4 && cells[0] == "Id" && cells[3] == "Flag word") {
+            table = Table::messages;
+            underHeading = true;
+        } else if (underHeading) {
+            underHeading = false;  // the line of dashes
+        } else if ((table == Table::fields &&
+                    (cells.size() < 3 || !addFields(layouts[layout], cells))) ||
+                   (table == Table::messages && (cells.size() < 4 || !addHeads(heads, cells)))) {
+            errors.push_back(line);
+        }
+    }
+}
