@@ -138,6 +138,28 @@ TEST_F(MX_TypedTSStarted, SendingNeedsASender) {
     EXPECT_EQ(typed.send(id, event("lost")), Code::NOT_AVAILABLE);
 }
 
+TEST_F(MX_TypedTSTest, PublishAnswersFalseWithoutATransport) {
+    FACE::TSS::Details::MX_TypedTS<EventLog> ts;
+    EXPECT_FALSE(ts.Publish(0, event("lost")));
+    EXPECT_FALSE(typed.ts.Publish(0, event("lost")));  // not initialized
+}
+
+TEST_F(MX_TypedTSStarted, PublishTellsWhetherTheRecordWasTaken) {
+    long long const id = transport.connect("Events");
+    EXPECT_FALSE(typed.ts.Publish(id, event("without a sender")));
+    ASSERT_EQ(typed.registerCallback(id, into(mailbox)), Code::NO_ERROR);
+    ASSERT_EQ(typed.registerSender(id), Code::NO_ERROR);
+    ASSERT_TRUE(transport.publisherHas(id, 1));
+    EXPECT_TRUE(typed.ts.Publish(id, event("taken")));
+    EXPECT_EQ(mailbox.take()->record.eventlog(), "taken");
+    EXPECT_FALSE(typed.ts.Publish(transport.connect("Commands"), event("another type")));
+}
+
+TEST_F(MX_TypedTSStarted, PublishRaisesForAnUnknownId) {
+    EXPECT_THROW(typed.ts.Publish(77, event("lost")), std::out_of_range);
+    EXPECT_THROW(typed.ts.Publish(-1, event("lost")), std::out_of_range);
+}
+
 TEST_F(MX_TypedTSStarted, ASecondSenderIsNoActionAndTheFirstStays) {
     long long const id = transport.connect("Events");
     ASSERT_EQ(typed.registerSender(id), Code::NO_ERROR);
