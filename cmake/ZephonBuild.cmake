@@ -11,6 +11,13 @@ endif()
 add_library(zephon_options INTERFACE)
 target_include_directories(zephon_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(zephon_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+# Sources name themselves from the root of the project, wherever it lies. ccache may hand them to
+# the compiler by their path from the build folder.
+file(RELATIVE_PATH ZEPHON_PATH_TO_SOURCES "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
+foreach(path "${PROJECT_SOURCE_DIR}" ${ZEPHON_PATH_TO_SOURCES})
+    string(REGEX REPLACE "/$" "" path "${path}")
+    target_compile_options(zephon_options INTERFACE "-fmacro-prefix-map=${path}/=")
+endforeach()
 if(ZEPHON_WARNINGS_AS_ERRORS)
     target_compile_options(zephon_options INTERFACE -Werror)
 endif()

@@ -18,15 +18,14 @@
 #include "ASPN/FaultHysteresis.h"
 #include "ASPN/HealthReporter.h"
 #include "aspn2_msgs/EventLog.h"
+#include "tests/ASPN/FpgaFile.h"
 #include "tests/ASPN/SetClock.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
 #include "tests/face/TypedTransport.h"
 
 using namespace std::chrono_literals;
 using aspn2_msgs::idl::EventLog;
-using testing::ElementsAre;
 using testing::EndsWith;
-using testing::StartsWith;
 
 namespace {
 
@@ -101,6 +100,10 @@ TEST(HealthReporter, IsOneForTheProcess) {
     EXPECT_EQ(&HealthReporter::Instance(), &HealthReporter::Instance());
 }
 
+TEST(HealthReporter, HearsOfSourcesByTheirPathsInTheProject) {
+    EXPECT_STREQ(__FILE__, "tests/ASPN/HealthReporterTest.cpp");
+}
+
 TEST(HealthReporter, DoneDoesNothingWhenNeverInitialised) {
     HealthReporter reporter;
     reporter.DoneHealthReporter();
@@ -137,6 +140,16 @@ TEST_F(HealthReporterTest, PublishesALineWithSenderNumberAndTimes) {
     EventLog const second = next();
     EXPECT_EQ(second.header().seq_num(), 1);
     EXPECT_EQ(second.eventlog(), "note");
+}
+
+TEST_F(HealthReporterTest, StampsLinesWithTheCountOfTheFpga) {
+    Fpga const fpga(3 * 58982400ULL);
+    init();
+    send(1, "line");
+    EventLog const record = next();
+    EXPECT_EQ(record.header().timestamp_valid().sec(), 2);
+    EXPECT_EQ(record.header().timestamp_valid().nsec(), 999999992);
+    EXPECT_EQ(record.header().timestamp_arrival(), record.header().timestamp_valid());
 }
 
 TEST_F(HealthReporterTest, PublishesTypesThatItDoesNotKnowAsZero) {
