@@ -447,6 +447,7 @@ void ScenarioRunner::carryOut(const action::WaitStream& /*step*/) {
     } catch (const Interruption&) {
         // Who ends an endless stream wants to see how it went.
         seen_.resume();
+        streamCut_ = true;
         note("the stream is stopped");
         carryOut(action::StopStream{});
         due_ = Clock::now();
@@ -539,6 +540,9 @@ void ScenarioRunner::expect(const action::Solutions& /*wanted*/, const action::E
         recent_.insert(recent_.end(), rest.begin(), rest.end());
     }
     const auto totals = ledger_.totals();
+    if (totals.pairs == 0 && streamCut_) {
+        throw Interruption();  // who ends it before the first pair has seen nothing fail
+    }
     std::uint64_t damaged = 0;
     for (unsigned link = 1; link <= Bench::links; ++link) {
         damaged += bench_.unit(link).statistics().line.checksumErrors();

@@ -48,7 +48,8 @@ public:
     /// Plays the scenario, once. Raises std::system_error when a program cannot be run.
     Result run();
 
-    /// Ends a "wait stream", after which the scenario goes on; at any other place the scenario.
+    /// Ends a "wait stream", after which the scenario goes on, unless nothing was published yet; at
+    /// any other place the scenario.
     void interrupt() { seen_.interrupt(); }
 
     /// The step that failed and why, as "NAME:LINE: STEP: reason"; after run().
@@ -142,6 +143,7 @@ private:
 
     // The running thread's own.
     std::int64_t injected_ = 0;
+    bool streamCut_ = false;  ///< the stream was ended by interrupt()
     std::string failure_;
     Clock::time_point zero_;  // of the scenario's clock
     Clock::time_point due_;   // of the present step

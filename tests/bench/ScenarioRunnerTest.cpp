@@ -370,6 +370,19 @@ TEST_F(ScenarioRunnerTest, InterruptEndsAStreamAndTheScenarioGoesOn) {
     EXPECT_TRUE(notes.wait("expect no line down"));
 }
 
+TEST_F(ScenarioRunnerTest, InterruptBeforeTheFirstPairIsNoFailure) {
+    prepare("start server\nexpect line up\nstream 0.1\nwait stream\nexpect solutions\n",
+            script(orderly));
+    std::thread later([this] {
+        EXPECT_TRUE(notes.wait("stream 0.1"));
+        runner->interrupt();
+    });
+    EXPECT_EQ(runner->run(), Result::Interrupted) << runner->failure();
+    later.join();
+    EXPECT_EQ(runner->figures().totals.pairs, 0U);
+    EXPECT_TRUE(runner->bench().server().wait(0s)->ok());
+}
+
 TEST_F(ScenarioRunnerTest, InterruptEndsTheScenarioElsewhereAndTheServerInOrder) {
     prepare("start server\nexpect line up\nexpect line down within 60s\n", script(orderly));
     std::thread later([this] {

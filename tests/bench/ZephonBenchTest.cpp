@@ -68,7 +68,7 @@ TEST_F(ZephonBench, PlaysTheDemoForTheGivenTimeWhenNothingElseIsAsked) {
 
 TEST_F(ZephonBench, EndsTheDemoInOrderOnCtrlC) {
     Program program({"--scenario", example("demo"), "--set", "rate=5"});
-    ASSERT_TRUE(program.waitForLine(" pairs right", deadline)) << program.output();
+    ASSERT_TRUE(program.waitForLines(" pairs right", 3, deadline)) << program.output();
     ASSERT_TRUE(program.signal(SIGINT));
     EXPECT_EQ(program.status(), 0) << program.output();
     EXPECT_THAT(program.standardOutput(), HasSubstr("the stream is stopped"));
