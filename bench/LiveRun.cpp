@@ -39,23 +39,36 @@ public:
 
     void line(const std::string& text) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        print(home() + (terminal_ ? text + "\033[K\n" : text + "\n") + block_);
+        print(home() + erasing(text + "\n") + block_);
     }
 
     /// For a terminal only.
     void block(const std::string& text) {
         const std::lock_guard<std::mutex> lock(mutex_);
         const std::string up = home();
-        block_.clear();
-        for (const char c : text) {
-            block_ += c == '\n' ? "\033[K\n" : std::string(1, c);
-        }
+        block_ = erasing(text);
         lines_ = std::count(text.begin(), text.end(), '\n');
         print(up + block_);
     }
 
+    /// Leaves the block where it is: what comes now passes below it.
+    void leaveBlock() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        block_.clear();
+        lines_ = 0;
+    }
+
 private:
     std::string home() const { return lines_ > 0 ? fmt::format("\033[{}A", lines_) : ""; }
+
+    /// The text with what takes away the rest of the lines that it is drawn over.
+    std::string erasing(const std::string& text) const {
+        std::string result;
+        for (const char c : text) {
+            result += c == '\n' && terminal_ ? "\033[K\n" : std::string(1, c);
+        }
+        return result;
+    }
 
     static void print(const std::string& text) {
         std::fwrite(text.data(), 1, text.size(), stdout);
@@ -189,6 +202,7 @@ int runLive(const LiveOptions& options, const sigset_t& ending) {
         const Watch watch(runner, screen, ending);
         result = runner.run();
     }
+    screen.leaveBlock();
     screen.line(summary(runner, result));
     if (options.keep) {
         screen.line("Left standing: " + bench.folder().path().string());
