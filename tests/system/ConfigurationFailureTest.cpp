@@ -14,6 +14,13 @@ using bench::ExampleConfiguration;
 using testing::HasSubstr;
 using testing::Not;
 
+/// What a process that aborts has of shared memory stays behind, so it gets none.
+Bench::Options withoutSharedMemory() {
+    Bench::Options options;
+    options.settings.transport = "UDP";
+    return options;
+}
+
 /// Starts a server that must fail, and answers what it wrote. An unhandled exception ends it.
 class ConfigurationFailure : public testing::Test {
 protected:
@@ -30,7 +37,7 @@ protected:
         EXPECT_THAT(output, Not(HasSubstr("started successfully")));
     }
 
-    Bench bench;
+    Bench bench{withoutSharedMemory()};
     std::string output;
     std::string errors;
 };
@@ -138,6 +145,7 @@ TEST_F(ConfigurationFailure, ConnectionsFileWithoutATransport) {
 }
 
 TEST_F(ConfigurationFailure, TransportWithoutATcpPortAlsoForSharedMemory) {
+    bench.configuration().set("FastRtps", "UseTransport", "SHM");
     bench.configuration().omit("FastRtps", "TcpPort");
     expectEnd("Framework_Connect()");
     EXPECT_THAT(output, HasSubstr("WARNING - Parameter TcpPort not found\n"));
@@ -196,7 +204,7 @@ protected:
                     HasSubstr(code + " Unable to open I/O connection\n"));
     }
 
-    Bench bench;
+    Bench bench{withoutSharedMemory()};
 };
 
 TEST_F(LinkFailure, DevicesFileWithoutALink) {

@@ -21,7 +21,14 @@ constexpr std::size_t serverPeripheral = 29 * 4;  // offset of its control regis
 /// Starts a server that must fail. An unhandled exception ends it, with its text as the last line.
 class ConnectionFailure : public testing::Test {
 protected:
-    explicit ConnectionFailure(Bench::Options const& options = {}) : bench(options) {}
+    ConnectionFailure() : bench(options()) {}
+
+    /// What a process that aborts has of shared memory stays behind, so it gets none.
+    static Bench::Options options() {
+        Bench::Options options;
+        options.settings.transport = "UDP";
+        return options;
+    }
 
     void expectEnd(std::string const& source, std::string const& text) {
         bench.start();

@@ -105,7 +105,9 @@ TEST_F(Connection, LeavesAPeripheralThatTheFpgaDoesNotHaveAlone) {
 }
 
 TEST_F(Connection, SwitchesItsPeripheralOnOnlyWhenAllElseIsConnected) {
-    bench = std::make_unique<Bench>();
+    Bench::Options options;
+    options.settings.transport = "UDP";  // shared memory would stay behind
+    bench = std::make_unique<Bench>(options);
     bench->configuration().set("Zephon3", "ChannelNum", "77");
     bench->start();
     const auto exit = bench->server().wait(30s);
