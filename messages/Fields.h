@@ -38,7 +38,7 @@ struct Extent {
 /// repeats. A derived record names its fields and adds no members.
 template <std::size_t Words>
 struct Record {
-    static constexpr std::size_t wordCount = Words;
+    static constexpr std::size_t words = Words;
 
     /// Writes one field, named by its type: `status.set<PntdStatusMsg::Kind>(3)`.
     template <typename Field>
@@ -52,7 +52,7 @@ struct Record {
         return Field::get(*this);
     }
 
-    std::array<std::uint16_t, Words> words{};
+    std::array<std::uint16_t, Words> data{};
 };
 
 /// The `Count` data words from `Word` on, of a frame or of a record.
@@ -69,12 +69,12 @@ constexpr std::uint16_t* place(std::array<std::uint16_t, N>& frame) {
 template <std::size_t Word, std::size_t Count, std::size_t N>
 constexpr std::uint16_t const* place(Record<N> const& record) {
     static_assert(Word + Count <= N, "the field lies outside the data words");
-    return record.words.data() + Word;
+    return record.data.data() + Word;
 }
 template <std::size_t Word, std::size_t Count, std::size_t N>
 constexpr std::uint16_t* place(Record<N>& record) {
     static_assert(Word + Count <= N, "the field lies outside the data words");
-    return record.words.data() + Word;
+    return record.data.data() + Word;
 }
 
 /// Bits `Low` to `Low + Width - 1` of one data word; a set leaves the other bits alone and
@@ -220,32 +220,34 @@ struct SwappedTextField {
 /// `Count` groups of words from `Word` on, each with the fields of `Group`, which is a Record.
 template <std::size_t Word, typename Group, std::size_t Count>
 struct GroupField {
-    static_assert(sizeof(Group) == 2 * Group::wordCount, "a group has no members of its own");
+    static_assert(sizeof(Group) == 2 * Group::words, "a group has no members of its own");
     static constexpr std::size_t count = Count;
-    static constexpr std::size_t end = Word + Count * Group::wordCount;
-    static constexpr Extent extent{16 * Word, 16 * Count* Group::wordCount, "groups"};
+    static constexpr std::size_t begin = Word;
+    static constexpr std::size_t words = Group::words;  ///< of one group
+    static constexpr std::size_t end = Word + Count * Group::words;
+    static constexpr Extent extent{16 * Word, 16 * Count* Group::words, "groups"};
 
     /// `index` is below `count`.
     template <typename Storage>
     static Group get(Storage const& storage, std::size_t index) {
         Group group;
-        std::copy_n(at(place<Word, Count * Group::wordCount>(storage), index), Group::wordCount,
-                    group.words.begin());
+        std::copy_n(at(place<Word, Count * Group::words>(storage), index), Group::words,
+                    group.data.begin());
         return group;
     }
 
     /// `index` is below `count`.
     template <typename Storage>
     static void set(Storage& storage, std::size_t index, Group const& group) {
-        std::copy(group.words.begin(), group.words.end(),
-                  at(place<Word, Count * Group::wordCount>(storage), index));
+        std::copy(group.data.begin(), group.data.end(),
+                  at(place<Word, Count * Group::words>(storage), index));
     }
 
 private:
     template <typename Pointer>
     static Pointer at(Pointer groups, std::size_t index) {
         assert(index < Count);
-        return groups + index * Group::wordCount;
+        return groups + index * Group::words;
     }
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "messages/LayoutMessage.h"
 
 /// Messages that the server composes for the unit (ICD-GPS-153 framing).
@@ -63,4 +65,85 @@ public:
         clearContents();
         set<OstrelPvtLayout::SolutionFlags>(OstrelPvtLayout::defaultSolutionFlags);
     }
+};
+
+/// Message 15052, the alternate navigation solution. Floats and doubles as in message 15050.
+///
+///     word  0     1    2      6     10    14    16  20  24  28     30  32  34    36  38  40  42
+///         +-----+----+------+-----+-----+-----+------------------+-------------+---------------+
+///         |flags|year| time | lat | lon | alt | position variance| velocity    | its variance  |
+///         |     |    |      |     |     |     | N   E   NE  U    | E   N   U   | E   N   NE  U |
+///         +-----+----+------+-----+-----+-----+------------------+-------------+---------------+
+struct AltNavPvtLayout {
+    static constexpr std::uint16_t id = 15052;
+    static constexpr std::uint16_t words = 44;
+    static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
+
+    using SolutionValid = fields::BitField<0, 0, 2>;  // both bits always set
+    using VelocityValid = fields::BitField<0, 2, 1>;
+    using Year = fields::WordField<1>;
+    using TimeOfYear = fields::MachineField<2, double>;  // s since the start of the year, GPS
+    using Latitude = fields::MachineField<6, double>;    // rad, as is the longitude
+    using Longitude = fields::MachineField<10, double>;
+    using Altitude = fields::MachineField<14, float>;  // m
+    using LatitudeVariance = fields::MachineField<16, double>;
+    using LongitudeVariance = fields::MachineField<20, double>;
+    using LatitudeLongitudeCovariance = fields::MachineField<24, double>;
+    using AltitudeVariance = fields::MachineField<28, float>;
+    using EastVelocity = fields::MachineField<30, float>;  // m/s
+    using NorthVelocity = fields::MachineField<32, float>;
+    using UpVelocity = fields::MachineField<34, float>;
+    using EastVelocityVariance = fields::MachineField<36, float>;
+    using NorthVelocityVariance = fields::MachineField<38, float>;
+    using NorthEastVelocityCovariance = fields::MachineField<40, float>;
+    using UpVelocityVariance = fields::MachineField<42, float>;
+
+    /// SolutionValid of every message that is sent.
+    static constexpr std::uint16_t solutionIsValid = 3;
+};
+
+/// Message 15052. One thread fills it, then shares it read-only with the link.
+class AltNavPVTOutput : public LayoutMessage<AltNavPvtLayout> {
+public:
+    /// Zeroes the data.
+    void clearAll() { clearContents(); }
+};
+
+/// Message 15053, the part numbers of the system. Text travels with the two bytes of each word
+/// exchanged, with blanks behind.
+///
+///     byte  0          8       22     36    50            64   80     96     112  128    176   224
+///         +----------+-------+------+-----+-------------+----+------+------+----+------+------+
+///         | GPS time | build | VHDL | BSP | application | engine XPN: FPGA,     | PNT  | zero |
+///         | of week  |       |      |     |             | PAP, PSP boot, BSL    | dev. |      |
+///         +----------+-------+------+-----+-------------+-----------------------+------+------+
+struct MxPartNumLayout {
+    static constexpr std::uint16_t id = 15053;
+    static constexpr std::uint16_t words = 112;
+    static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
+
+    using GpsTime = fields::NumberField<0, OtwDECD>;  // s of the week
+    using SystemBuild = fields::SwappedTextField<8, 14>;
+    using VhdlPartNumber = fields::SwappedTextField<22, 14>;
+    using BspPartNumber = fields::SwappedTextField<36, 14>;
+    using ApplicationPartNumber = fields::SwappedTextField<50, 14>;
+    using FpgaXpn = fields::SwappedTextField<64, 16>;
+    using PapBootXpn = fields::SwappedTextField<80, 16>;
+    using PspBootXpn = fields::SwappedTextField<96, 16>;
+    using BslXpn = fields::SwappedTextField<112, 16>;
+    using PntdSoftware = fields::SwappedTextField<128, 16>;
+    using PntdFirmware = fields::SwappedTextField<144, 16>;
+    using PntdSerialNumber = fields::SwappedTextField<160, 16>;
+};
+
+/// Message 15053. One thread fills it, then shares it read-only with the link.
+class MxPartNumOutput : public LayoutMessage<MxPartNumLayout> {
+public:
+    /// Zeroes the data.
+    void clearAll() { clearContents(); }
+
+    /// Fills `length` bytes with text as the fields of this message hold it: cut at `length`,
+    /// with blanks behind a shorter one, then the bytes of each word exchanged. Null is no text.
+    static void setPartNumber(char* field, const char* text, unsigned int length);
+    static void setPartNumber(char* field, const std::string& text, unsigned int length);
 };

@@ -66,7 +66,7 @@ void ZephonServer::startServer() {
     }
     auto started = std::make_shared<PntDBitCmdMsg>();
     PNTDBIT::PntDBitCmdMsg command;
-    command.command = PNTDBIT::commandStarted;
+    command.set<PNTDBIT::PntDBitCmdMsg::Command>(PNTDBIT::commandStarted);
     started->setPayload(command);
     started->header[3] |= FLAG_ACK_REQUEST;
     sendToPntdBitPort(started);

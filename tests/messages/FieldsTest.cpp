@@ -66,10 +66,10 @@ struct Pair : fields::Record<1> {
 TEST(Fields, ARecordHasItsDataWordsAloneAndStartsAtZero) {
     Pair pair;
     static_assert(sizeof pair == 2);
-    EXPECT_EQ(0, pair.words[0]);
+    EXPECT_EQ(0, pair.data[0]);
     pair.set<Pair::First>(1);
     pair.set<Pair::Second>(2);
-    EXPECT_EQ(0x0201, pair.words[0]);
+    EXPECT_EQ(0x0201, pair.data[0]);
     EXPECT_EQ(2, pair.get<Pair::Second>());
 }
 
@@ -96,32 +96,32 @@ TEST(Fields, ABitFieldDropsWhatIsTooWide) {
 
 TEST(Fields, WordsAndBytesAreCopiedAsTheyStand) {
     fields::Record<4> record;
-    record.words.fill(0xEEEE);
+    record.data.fill(0xEEEE);
     record.set<fields::WordsField<1, 2>>({0x1234, 0x5678});
-    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x1234, 0x5678, 0xEEEE));
+    EXPECT_THAT(record.data, ElementsAre(0xEEEE, 0x1234, 0x5678, 0xEEEE));
     record.set<fields::BytesField<4, 2>>({0x01, 0x02});
-    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x1234, 0x0201, 0xEEEE));
+    EXPECT_THAT(record.data, ElementsAre(0xEEEE, 0x1234, 0x0201, 0xEEEE));
     EXPECT_THAT((record.get<fields::WordsField<1, 2>>()), ElementsAre(0x1234, 0x0201));
     EXPECT_THAT((record.get<fields::BytesField<2, 2>>()), ElementsAre(0x34, 0x12));
 }
 
 TEST(Fields, TextIsCutAtItsWidthAndPaddedWithBlanks) {
     fields::Record<4> record;
-    record.words.fill(0xEEEE);
+    record.data.fill(0xEEEE);
     record.set<fields::TextField<2, 4>>("ABCDEFG");
-    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x4241, 0x4443, 0xEEEE));
+    EXPECT_THAT(record.data, ElementsAre(0xEEEE, 0x4241, 0x4443, 0xEEEE));
     EXPECT_EQ("ABCD", (record.get<fields::TextField<2, 4>>()));
     record.set<fields::TextField<2, 4>>("A");
-    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x2041, 0x2020, 0xEEEE));
+    EXPECT_THAT(record.data, ElementsAre(0xEEEE, 0x2041, 0x2020, 0xEEEE));
 }
 
 TEST(Fields, SwappedTextHasTheBytesOfEachWordExchanged) {
     fields::Record<4> record;
-    record.words.fill(0xEEEE);
+    record.data.fill(0xEEEE);
     record.set<fields::SwappedTextField<2, 4>>("ABC");
-    EXPECT_THAT(record.words, ElementsAre(0xEEEE, 0x4142, 0x4320, 0xEEEE));
+    EXPECT_THAT(record.data, ElementsAre(0xEEEE, 0x4142, 0x4320, 0xEEEE));
     EXPECT_EQ("ABC ", (record.get<fields::SwappedTextField<2, 4>>()));
-    record.words[2] = 0x4300;
+    record.data[2] = 0x4300;
     EXPECT_EQ("ABC", (record.get<fields::SwappedTextField<2, 4>>()));
 }
 
