@@ -104,16 +104,11 @@ TEST(Config_Cmd_Msg, HoldsItsTimeInTheFirstEightBytes) {
 }
 
 TEST(Config_Cmd_Msg, TakesNoContentOfAnyLength) {
-    EXPECT_THAT(acceptedLengths(64,
-                                [](unsigned char const* bytes, unsigned short length) {
-                                    Config_Cmd_Msg message;
-                                    fillUntouched(message);
-                                    bool const taken = message.OkSetContent(bytes, length);
-                                    EXPECT_THAT(dataOf(message), Each(untouchedByte));
-                                    EXPECT_EQ(configCmdHead, headerOf(message));
-                                    return taken;
-                                }),
-                IsEmpty());
+    EXPECT_THAT(lengthsTakenAsContent<Config_Cmd_Msg>(64), IsEmpty());
+    Block const block(30);
+    Config_Cmd_Msg message;
+    EXPECT_FALSE(message.OkSetContent(block.bytes(), block.length()));
+    EXPECT_EQ(configCmdHead, headerOf(message));
 }
 
 TEST(Config_Status_Msg, IsMessage27561OfZeros) {
@@ -127,16 +122,14 @@ TEST(Config_Status_Msg, TakesNineWordsFromThirtyBytesOnAndNoneBelow) {
     for (unsigned length = 30; length <= 100; ++length) {
         expected.push_back(length);
     }
-    EXPECT_EQ(expected, acceptedLengths(100, [](unsigned char const* bytes, unsigned short length) {
-                  Config_Status_Msg message;
-                  fillUntouched(message);
-                  bool const taken = message.OkSetContent(bytes, length);
-                  Bytes const content =
-                      taken ? Bytes(bytes + 10, bytes + 28) : Bytes(18, untouchedByte);
-                  EXPECT_EQ(content, dataOf(message)) << length;
-                  EXPECT_EQ(configStatusHead, headerOf(message)) << length;
-                  return taken;
-              }));
+    EXPECT_EQ(expected, lengthsTakenAsContent<Config_Status_Msg>(100));
+}
+
+TEST(Config_Status_Msg, KeepsItsOwnHeader) {
+    Block const block(30);
+    Config_Status_Msg message;
+    ASSERT_TRUE(message.OkSetContent(block.bytes(), block.length()));
+    EXPECT_EQ(configStatusHead, headerOf(message));
 }
 
 TEST(Config_Status_Msg, TellsUnitAndPortOfTheSuperUser) {

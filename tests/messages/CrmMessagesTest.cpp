@@ -107,17 +107,10 @@ TEST(CRM30000_Msg, CarriesFloatsThatAreNoNumbersBitForBit) {
 }
 
 TEST(CRM30000_Msg, TakesAFrameOfTwentyWordsOnly) {
-    EXPECT_THAT(acceptedLengths(120,
-                                [](unsigned char const* bytes, unsigned short length) {
-                                    CRM30000_Msg message;
-                                    fillUntouched(message);
-                                    bool const taken = message.ok_set_30000_gpsip(bytes, length);
-                                    EXPECT_EQ(taken ? Bytes(bytes + 10, bytes + 50)
-                                                    : Bytes(40, untouchedByte),
-                                              dataOf(message))
-                                        << length;
-                                    return taken;
-                                }),
+    EXPECT_THAT(lengthsTakenAsData<CRM30000_Msg>(120,
+                                                 [](CRM30000_Msg& message, auto... block) {
+                                                     return message.ok_set_30000_gpsip(block...);
+                                                 }),
                 ElementsAre(52, 53));
 }
 
@@ -194,17 +187,10 @@ TEST(CRM30001_Msg, UnpacksAndPacksAllBytesUnchanged) {
 }
 
 TEST(CRM30001_Msg, TakesAFrameOfEightyFiveWordsOnly) {
-    EXPECT_THAT(acceptedLengths(300,
-                                [](unsigned char const* bytes, unsigned short length) {
-                                    CRM30001_Msg message;
-                                    fillUntouched(message);
-                                    bool const taken = message.ok_set_30001_gpsip(bytes, length);
-                                    EXPECT_EQ(taken ? Bytes(bytes + 10, bytes + 180)
-                                                    : Bytes(170, untouchedByte),
-                                              dataOf(message))
-                                        << length;
-                                    return taken;
-                                }),
+    EXPECT_THAT(lengthsTakenAsData<CRM30001_Msg>(300,
+                                                 [](CRM30001_Msg& message, auto... block) {
+                                                     return message.ok_set_30001_gpsip(block...);
+                                                 }),
                 ElementsAre(182, 183));
 }
 

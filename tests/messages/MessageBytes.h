@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "GpsSerialIo/GssipMessage.h"
+#include "gtest/gtest.h"
 #include "messages/Fields.h"
 
 /// What the tests of message layouts share: data as bytes, and blocks that end where they end.
@@ -53,6 +54,21 @@ inline Bytes headerOf(GssipMessage const& message) {
     return header;
 }
 
+/// What a message writes.
+inline Bytes writtenBy(GssipMessage& message) {
+    class Sink : public IWriteByteStreams {
+    public:
+        unsigned int WriteBytes(void const* bytes, unsigned int length) override {
+            auto const* const begin = static_cast<unsigned char const*>(bytes);
+            written.assign(begin, begin + length);
+            return length;
+        }
+        Bytes written;
+    } sink;
+    message.WriteMessage(&sink);
+    return sink.written;
+}
+
 /// A frame: the header's words, then the data, then a checksum word of zero.
 inline Bytes frameOf(std::uint16_t msgId, Bytes const& data) {
     Bytes frame(GSSIP_HEADER_BYTES + data.size() + 2);
@@ -95,4 +111,28 @@ std::vector<unsigned> acceptedLengths(std::size_t longest, Take take) {
         }
     }
     return accepted;
+}
+
+/// The same for a fresh message and `take(message, bytes, length)`. What is accepted fills the
+/// data words and no more, what is refused touches none.
+template <typename Message, typename Take>
+std::vector<unsigned> lengthsTakenAsData(std::size_t longest, Take take) {
+    return acceptedLengths(longest, [&](unsigned char const* bytes, unsigned short length) {
+        Message message;
+        fillUntouched(message);
+        Bytes expected = dataOf(message);
+        bool const taken = take(message, bytes, length);
+        if (taken) {
+            std::copy_n(bytes + GSSIP_HEADER_BYTES, expected.size(), expected.begin());
+        }
+        EXPECT_EQ(expected, dataOf(message)) << length;
+        return taken;
+    });
+}
+
+/// Gives a fresh message's OkSetContent all lengths.
+template <typename Message>
+std::vector<unsigned> lengthsTakenAsContent(std::size_t longest) {
+    return lengthsTakenAsData<Message>(
+        longest, [](Message& message, auto... block) { return message.OkSetContent(block...); });
 }

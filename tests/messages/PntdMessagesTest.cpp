@@ -82,18 +82,7 @@ TYPED_TEST(PntdMessage, CarriesItsRecordWhole) {
 
 TYPED_TEST(PntdMessage, TakesAFrameOfItsOwnLengthOnly) {
     constexpr unsigned whole = 12 + sizeof(typename TestFixture::Payload);
-    EXPECT_THAT(acceptedLengths(whole + 40,
-                                [](unsigned char const* bytes, unsigned short length) {
-                                    TypeParam message;
-                                    fillUntouched(message);
-                                    bool const taken = message.OkSetContent(bytes, length);
-                                    EXPECT_EQ(taken ? Bytes(bytes + 10, bytes + whole - 2)
-                                                    : Bytes(whole - 12, untouchedByte),
-                                              dataOf(message))
-                                        << length;
-                                    return taken;
-                                }),
-                ElementsAre(whole, whole + 1));
+    EXPECT_THAT(lengthsTakenAsContent<TypeParam>(whole + 40), ElementsAre(whole, whole + 1));
 }
 
 template <typename Message>

@@ -1,7 +1,6 @@
 #include "gmock/gmock.h"
 #include "messages/LayoutMessage.h"
 #include "messages/PntdWrapper.h"
-#include "messages/TrevoMessages.h"
 #include "tests/messages/MessageBytes.h"
 
 namespace {
@@ -15,6 +14,15 @@ struct InnerLayout {
     static constexpr std::uint16_t words = Words;
     static constexpr std::uint16_t flagWord = 0x9000;
 };
+
+/// A whole frame without data.
+std::shared_ptr<GssipMessage> headerOnly(std::uint16_t msgId, std::uint16_t flagWord) {
+    auto inner = std::make_shared<LayoutMessage<InnerLayout<0>>>();
+    inner->header[1] = msgId;
+    inner->header[3] = flagWord;
+    inner->insert_checksum();
+    return inner;
+}
 
 /// A message of so many data words that asks for an ACK, whole with its checksums.
 template <std::uint16_t Words>
@@ -36,16 +44,6 @@ Bytes frameBytes(PNTD_Wrap_Msg const& wrapper, std::size_t length) {
 void fillWhole(PNTD_Wrap_Msg& wrapper) {
     std::memset(wrapper.header, untouchedByte, PNTD_Wrap_Msg::maxBytes);
 }
-
-class Sink : public IWriteByteStreams {
-public:
-    unsigned int WriteBytes(void const* bytes, unsigned int length) override {
-        auto const* const begin = static_cast<unsigned char const*>(bytes);
-        written.assign(begin, begin + length);
-        return length;
-    }
-    Bytes written;
-};
 
 TEST(PNTD_Wrap_Msg, StartsAsMessage27552OfZerosWithoutAnAckRequest) {
     PNTD_Wrap_Msg const wrapper;
@@ -70,9 +68,7 @@ TEST(PNTD_Wrap_Msg, HoldsTheUnitNumberInItsFirstWordOnly) {
 TEST(PNTD_Wrap_Msg, WrapsAFrameWithoutDataInSixWords) {
     PNTD_Wrap_Msg wrapper;
     wrapper.SetVirtualZephonNumber(2);
-    auto const inner = std::make_shared<TrevoHeaderOnlyMsg>(5001, 0x8800);
-    inner->insert_checksum();
-    ASSERT_TRUE(wrapper.WrapMessage(inner));
+    ASSERT_TRUE(wrapper.WrapMessage(headerOnly(5001, 0x8800)));
     EXPECT_EQ(6U, wrapper.wordCount);
     EXPECT_THAT(frameBytes(wrapper, 26),
                 ElementsAre(0xFF, 0x81, 0xA0, 0x6B, 0x06, 0x00, 0x00, 0x80, 0x5B, 0x92,  // header
@@ -98,7 +94,7 @@ TEST(PNTD_Wrap_Msg, WrapsAWholeFrameAndTakesOverItsWishForAnAck) {
 
 TEST(PNTD_Wrap_Msg, TakesOverNoOtherFlagOfTheInnerFrame) {
     PNTD_Wrap_Msg wrapper;
-    ASSERT_TRUE(wrapper.WrapMessage(std::make_shared<TrevoHeaderOnlyMsg>(5001, 0x6FFF)));
+    ASSERT_TRUE(wrapper.WrapMessage(headerOnly(5001, 0x6FFF)));
     EXPECT_EQ(0x8000, wrapper.header[3]);
 }
 
@@ -107,9 +103,7 @@ TEST(PNTD_Wrap_Msg, GoesOutAsItWasWrapped) {
     wrapper.SetVirtualZephonNumber(3);
     ASSERT_TRUE(wrapper.WrapMessage(innerOf<1>()));
     Bytes const wrapped = frameBytes(wrapper, 28);
-    Sink sink;
-    wrapper.WriteMessage(&sink);
-    EXPECT_EQ(wrapped, sink.written);
+    EXPECT_EQ(wrapped, writtenBy(wrapper));
 }
 
 TEST(PNTD_Wrap_Msg, FitsAnInnerFrameOf234WordsWithItsChecksumRightBehindTheData) {
@@ -124,9 +118,7 @@ TEST(PNTD_Wrap_Msg, FitsAnInnerFrameOf234WordsWithItsChecksumRightBehindTheData)
     EXPECT_EQ(0, std::memcmp(inner->header, wrapper.data + 1, 480));
     EXPECT_EQ(CalculateChecksum(wrapper.data, 0, 240), wrapper.data[241]);
     EXPECT_EQ(wrapper.header + 246, wrapper.data + 241);
-    Sink sink;
-    wrapper.WriteMessage(&sink);
-    EXPECT_EQ(494U, sink.written.size());
+    EXPECT_EQ(494U, writtenBy(wrapper).size());
 }
 
 TEST(PNTD_Wrap_Msg, RefusesAnInnerFrameOf235WordsAndChangesNothing) {
@@ -158,9 +150,7 @@ TEST(PNTD_Wrap_Msg, CanWrapAShorterFrameAfterALongerOne) {
     PNTD_Wrap_Msg wrapper;
     ASSERT_TRUE(wrapper.WrapMessage(innerOf<234>()));
     ASSERT_TRUE(wrapper.WrapMessage(innerOf<1>()));
-    Sink sink;
-    wrapper.WriteMessage(&sink);
-    EXPECT_EQ(28U, sink.written.size());
+    EXPECT_EQ(28U, writtenBy(wrapper).size());
 }
 
 TEST(PNTD_Wrap_Msg, TakesAnyFrameUpTo494BytesAndLeavesItsWordCount) {
