@@ -69,8 +69,13 @@ public:
 
     // ---- Routing (ZephonServerRouting.cpp), any thread ----------------------------------
 
-    /// Takes what the Halvor unit and the PNT device say, off the queues and from the links.
-    void cbGssip(aspn2_msgs::idl::GSSIP const& record) const;
+    /// Takes what the engine, the Halvor unit and the PNT device say, off the queues and from the
+    /// links, by the tables of zephon/GssipRoutes. What has no route is dropped.
+    void cbGssip(aspn2_msgs::idl::GSSIP const& record);
+    /// Hands data-transfer messages on to link 2; others are dropped.
+    void cbDtOut(aspn2_msgs::idl::GSSIP const& record);
+    /// Handlers of single messages, called by cbGssip.
+    void handleZP_Block5001(aspn2_msgs::idl::GSSIP const& record);
     /// Queues a message for all virtual units, unchanged, on link 1.
     void sendToAllEmulators(std::shared_ptr<GssipMessage> const& message);
     /// Queues a message, unchanged, on link 3.
@@ -139,6 +144,8 @@ private:
     void startServer();
     void stopServer();
     bool isRunning() const { return state_ == ReportedState::RUNNING; }
+
+    void copyToAllEmulators(aspn2_msgs::idl::GSSIP const& record);
 
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);
     void handleMeridanePNTMessage(aspn2_msgs::idl::MeridanePNT const& record);

@@ -240,8 +240,7 @@ bool ZephonServer::connectQueues() {
     gssipQueue_ = std::make_shared<GssipMcsq>(
         name_, StringUtils::split(FACE::ToStdString(config_.unqueuedIds), ','));
     const auto toGssip = [this](aspn2_msgs::idl::GSSIP const& record) { cbGssip(record); };
-    // No job of the server reads these yet; reading keeps their queue from filling up.
-    const auto unread = [](aspn2_msgs::idl::GSSIP const&) {};
+    const auto toDataTransfer = [this](aspn2_msgs::idl::GSSIP const& record) { cbDtOut(record); };
     FACE::String const& file = config_.ioDevices;
     ReturnCode::Value code = ReturnCode::NO_ERROR;
     gssipQueue_->Connect_ReadOnly(file, "TREVO_MX", toGssip, code);
@@ -252,7 +251,7 @@ bool ZephonServer::connectQueues() {
     if (code != ReturnCode::NO_ERROR) {
         return false;
     }
-    gssipQueue_->Connect_ReadOnly(file, "DT_OUT", unread, code);
+    gssipQueue_->Connect_ReadOnly(file, "DT_OUT", toDataTransfer, code);
     if (code != ReturnCode::NO_ERROR) {
         return false;
     }

@@ -1,28 +1,86 @@
 #include <iostream>
+#include <sstream>
 
-#include "GpsSerialIo/GssipFrame.h"
+#include "zephon/GssipRoutes.h"
 #include "zephon/ZephonServer.h"
+
+using aspn2_msgs::idl::GSSIP;
 
 namespace {
 
-constexpr unsigned char halvorServer = 47;
-constexpr unsigned char pntDevice = 49;
+constexpr std::uint16_t dataTransferStart = 5103;
+constexpr std::uint16_t dataTransferEnd = 5104;
+
+void tellRecord(std::uint16_t id, GssipSource const& source) {
+    std::cout << "Recvd GSSIP: " + std::to_string(id) + " from " + source.name + "\n" << std::flush;
+}
+
+void tellDataTransfer(GssipMessage const& message) {
+    std::ostringstream text;
+    text << "ZP: Queuing DT message (" << message.msgId << ") " << message.wordCount
+         << " words, flagword: " << std::hex << message.header[3] << "\n";
+    if (message.msgId == dataTransferStart) {
+        text << "ZP: DT Out starting\n";
+    } else if (message.msgId == dataTransferEnd) {
+        text << "ZP: DT Out ending\n";
+    }
+    std::cout << text.str() << std::flush;
+}
 
 }  // namespace
 
-void ZephonServer::cbGssip(aspn2_msgs::idl::GSSIP const& record) const {
-    std::vector<std::uint8_t> const& frame = record.data();
-    if (!isRunning() || frame.size() < GSSIP_HEADER_BYTES) {
+void ZephonServer::cbGssip(GSSIP const& record) {
+    if (!isRunning()) {
         return;
     }
-    const unsigned char source = ASPN2::serverIdOf(record.header().device_id());
-    if (!config_.debug || (source != pntDevice && source != halvorServer)) {
+    GssipSource const* const source =
+        findGssipSource(ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id())));
+    if (source == nullptr || gssipFrameLength(record) == 0) {
         return;
     }
-    const unsigned int id = frame[2] | frame[3] << 8U;
-    std::cout << "Recvd GSSIP: " + std::to_string(id) +
-                     (source == pntDevice ? " from PNT-D\n" : " from HALVOR\n")
-              << std::flush;
+    const std::uint16_t id = gssipMessageId(record);
+    if (config_.debug && source->told == GssipSource::Told::OnArrival) {
+        tellRecord(id, *source);
+    }
+    GssipRoute const* const route = source->find(id);
+    if (route == nullptr) {
+        return;
+    }
+    if (route->handler != nullptr) {
+        (this->*route->handler)(record);
+    }
+    if (route->copied) {
+        copyToAllEmulators(record);
+    }
+    if (config_.debug && source->told == GssipSource::Told::AfterTheHandler) {
+        tellRecord(id, *source);
+    }
+}
+
+void ZephonServer::copyToAllEmulators(GSSIP const& record) {
+    if (const auto copy = makeGssipCopy(record)) {
+        setCopyFlagWord(*copy);
+        sendToAllEmulators(copy);
+    }
+}
+
+void ZephonServer::cbDtOut(GSSIP const& record) {
+    if (!isRunning()) {
+        return;
+    }
+    const auto message = makeGssipCopy(record);
+    if (message == nullptr || !isDataTransferId(message->msgId)) {
+        return;
+    }
+    if (config_.debug) {
+        tellDataTransfer(*message);
+    }
+    setCopyFlagWord(*message);
+    links_.send(dataTransferLink, message);
+}
+
+void ZephonServer::handleZP_Block5001(GSSIP const& /*record*/) {
+    // A command from the unit acts only when it names its virtual unit, that is in a wrapper.
 }
 
 void ZephonServer::sendToAllEmulators(std::shared_ptr<GssipMessage> const& message) {

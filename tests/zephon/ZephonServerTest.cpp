@@ -1,24 +1,17 @@
 #include <array>
 #include <atomic>
-#include <cstdlib>
 #include <future>
 #include <memory>
 #include <thread>
 
-#include "bench/Bench.h"
-#include "gmock/gmock.h"
-#include "tests/GpsSerialIo/OutputCapture.h"
 #include "tests/face/RawReader.h"
 #include "tests/face/RawWriter.h"
-#include "zephon/ZephonServer.h"
+#include "tests/zephon/ZephonServerFixture.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 namespace idl = aspn2_msgs::idl;
-using ReturnCode = FACE::RETURN_CODE_TYPE;
-using RequestedState = ZephonServer::RequestedState;
-using ReportedState = ZephonServer::ReportedState;
 
 constexpr std::uint16_t solution = 15050;
 constexpr std::uint16_t startedCommand = 27530;
@@ -39,52 +32,8 @@ std::shared_ptr<GssipMessage> headerOnly(std::uint16_t id) {
     return message;
 }
 
-/// A server in this process, on the bench's devices.
-class ZephonServerTest : public testing::Test {
+class ZephonServerTest : public ZephonServerFixture {
 protected:
-    ZephonServerTest() : bench(options()) {
-        setenv("ZEPHON_DEVICE_ROOT", bench.devices().path().c_str(), 1);
-    }
-    ~ZephonServerTest() override { unsetenv("ZEPHON_DEVICE_ROOT"); }
-
-    static bench::Bench::Options options() {
-        bench::Bench::Options options;
-        options.settings.baud = 921600;
-        return options;
-    }
-
-    ReturnCode::Value configure() {
-        file = bench.configuration().write(bench.folder().path()).string();
-        ReturnCode::Value code = ReturnCode::IN_PROGRESS;
-        server->Configure(file.c_str(), code);
-        return code;
-    }
-    ReturnCode::Value connect() {
-        ReturnCode::Value code = ReturnCode::IN_PROGRESS;
-        server->Framework_Connect(file.c_str(), code);
-        return code;
-    }
-    ReturnCode::Value disconnect() {
-        ReturnCode::Value code = ReturnCode::IN_PROGRESS;
-        server->Framework_Disconnect(code);
-        return code;
-    }
-    ReturnCode::Value request(RequestedState::Value state) {
-        ReturnCode::Value code = ReturnCode::IN_PROGRESS;
-        server->Request_State_Transition(state, code);
-        return code;
-    }
-    ReportedState::Value state() {
-        ReportedState::Value value{};
-        ReturnCode::Value code = ReturnCode::IN_PROGRESS;
-        server->Query_State(value, code);
-        EXPECT_EQ(ReturnCode::NO_ERROR, code);
-        return value;
-    }
-    void connectAll() {
-        ASSERT_EQ(ReturnCode::NO_ERROR, configure());
-        ASSERT_EQ(ReturnCode::NO_ERROR, connect());
-    }
     void receivePair() {
         idl::UTCTime utc;
         utc.header().device_id(36 << 16);
@@ -93,10 +42,6 @@ protected:
         server->cbUtcTime(utc);
         server->cbMxPnt(pnt);
     }
-
-    bench::Bench bench;
-    std::string file;
-    std::unique_ptr<ZephonServer> server = std::make_unique<ZephonServer>();
 };
 
 TEST_F(ZephonServerTest, InitializeAndFinalizeAnswerNoAction) {

@@ -1,0 +1,258 @@
+// Routing of single records by a server in this process: what no queue device would deliver, and
+// what becomes of each side.
+
+#include <string>
+#include <vector>
+
+#include "tests/zephon/GssipRecords.h"
+#include "tests/zephon/UnitFrames.h"
+#include "tests/zephon/ZephonServerFixture.h"
+
+namespace {
+
+using bench::UnitFrame;
+using testing::HasSubstr;
+
+using Bytes = std::vector<std::uint8_t>;
+using Words = std::vector<std::uint16_t>;
+
+constexpr std::uint16_t flagWord = 0x9000;
+constexpr std::uint16_t markId = 15051;  // a message that no test sends otherwise
+
+class ServerRouting : public ZephonServerFixture {
+protected:
+    void startWithDebug() {
+        bench.configuration().set("ZephonServer", "Debug", "true");
+        startAll();
+    }
+
+    /// Waits until a message that goes after all others has come out of link 1, and expects these
+    /// frames and no others before it.
+    void expectOnLinkOne(std::vector<FrameBytes> expected) {
+        const UnitFrame mark{markId, UnitFrame::linkReady, {}};
+        auto message = std::make_shared<Generic_MSID_Msg>();
+        const auto bytes = mark.encode();
+        ASSERT_TRUE(message->OkSetContent(bytes.data(), static_cast<unsigned short>(bytes.size())));
+        server->sendToAllEmulators(message);
+        ASSERT_TRUE(waitForFrame(bench.unit(1), mark)) << bench.report();
+        expected.push_back(bytes);
+        EXPECT_EQ(expected, framesOf(bench.unit(1)));
+    }
+    /// The same for link 2.
+    void expectOnLinkTwo(std::vector<FrameBytes> expected) {
+        const UnitFrame mark{8015, flagWord, {markId}};
+        server->cbDtOut(makeRecord(mark, halvorUnit));
+        ASSERT_TRUE(waitForFrame(bench.unit(2), mark)) << bench.report();
+        expected.push_back(mark.encode());
+        EXPECT_EQ(expected, framesOf(bench.unit(2)));
+    }
+    void expectNothingOnLinkThree() {
+        EXPECT_EQ(1U, framesOf(bench.unit(3)).size()) << "only that the server has started";
+    }
+};
+
+TEST_F(ServerRouting, CopiesOfTheEngineGoOutOnLinkOneWithTheFlagWordOfCopies) {
+    startAll();
+    std::vector<FrameBytes> expected;
+    for (const std::uint16_t id : Words{5047, 5048, 5406, 8040, 8080}) {
+        const UnitFrame asItIs{id, flagWord, {1, 0xFFFF, id}};
+        server->cbGssip(makeRecord(asItIs, trevo));
+        server->cbGssip(makeRecord(UnitFrame{id, 0x8000, {2, id}}, trevo));
+        expected.push_back(asItIs.encode());
+        expected.push_back(UnitFrame{id, flagWord, {2, id}}.encode());
+    }
+    expectOnLinkOne(expected);
+    expectOnLinkTwo({});
+    expectNothingOnLinkThree();
+}
+
+TEST_F(ServerRouting, OtherMessagesAndOtherSourcesAreCopiedNowhere) {
+    startAll();
+    for (const std::uint16_t id : Words{5040, 5044, 5045, 5046, 5049, 8504, 9391, 5103}) {
+        server->cbGssip(makeRecord(UnitFrame{id, 0x8000, {1}}, trevo));
+    }
+    for (const unsigned char source : Bytes{0, 38, 40, 46, 47, 48, 49, 50, 96, 255}) {
+        server->cbGssip(makeRecord(UnitFrame{5047, 0x8000, {1}}, source));
+    }
+    expectOnLinkOne({});
+    expectOnLinkTwo({});
+    expectNothingOnLinkThree();
+}
+
+TEST_F(ServerRouting, OnlyTheServerByteOfTheDeviceIdIsTheSource) {
+    startAll();
+    auto record = makeRecord(UnitFrame{5047, 0x8000, {1}}, trevo);
+    record.header().device_id(static_cast<std::int32_t>(0xFF27FFFFU));
+    server->cbGssip(record);
+    expectOnLinkOne({UnitFrame{5047, flagWord, {1}}.encode()});
+}
+
+TEST_F(ServerRouting, DataTransferGoesOutOnLinkTwoWhateverTheSource) {
+    startAll();
+    std::vector<FrameBytes> expected;
+    unsigned char source = 37;
+    for (const std::uint16_t id :
+         Words{5103, 5104, 5120, 5121, 5122, 5123, 5124, 5125, 5126, 5134, 5135, 8015}) {
+        server->cbDtOut(makeRecord(UnitFrame{id, 0x8000, {7, id}}, source++));
+        expected.push_back(UnitFrame{id, flagWord, {7, id}}.encode());
+    }
+    expectOnLinkTwo(expected);
+    expectOnLinkOne({});
+    expectNothingOnLinkThree();
+}
+
+TEST_F(ServerRouting, OtherMessagesOfTheDataTransferQueueGoNowhere) {
+    startAll();
+    for (const std::uint16_t id : Words{5102, 5105, 5119, 5127, 5133, 5136, 8014, 8016, 5047}) {
+        server->cbDtOut(makeRecord(UnitFrame{id, 0x8000, {1}}, trevo));
+    }
+    expectOnLinkTwo({});
+    expectOnLinkOne({});
+    expectNothingOnLinkThree();
+}
+
+TEST_F(ServerRouting, NothingIsRoutedUnlessTheServerRuns) {
+    OutputCapture output;
+    bench.configuration().set("ZephonServer", "Debug", "true");
+    connectAll();
+    const auto receive = [&] {
+        server->cbGssip(makeRecord(UnitFrame{5047, flagWord, {1}}, trevo));
+        server->cbGssip(makeRecord(UnitFrame{2516, flagWord, {1}}, halvorUnit));
+        server->cbDtOut(makeRecord(UnitFrame{5103, flagWord, {1}}, trevo));
+    };
+    receive();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    expectOnLinkOne({});
+    expectOnLinkTwo({});
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
+    receive();
+    EXPECT_EQ(0U, output.count("Recvd GSSIP")) << output.text();
+    EXPECT_EQ(0U, output.count("DT Out")) << output.text();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    const UnitFrame copy{5048, flagWord, {2}};
+    const UnitFrame transfer{8015, flagWord, {2}};
+    server->cbGssip(makeRecord(copy, trevo));
+    server->cbDtOut(makeRecord(transfer, trevo));
+    EXPECT_TRUE(waitForFrame(bench.unit(1), copy)) << bench.report();
+    EXPECT_TRUE(waitForFrame(bench.unit(2), transfer)) << bench.report();
+    EXPECT_TRUE(bench.unit(1).frames(5047).empty()) << bench.report();
+    EXPECT_TRUE(bench.unit(2).frames(5103).empty()) << bench.report();
+}
+
+TEST_F(ServerRouting, TheEngineIsToldForItsRoutesOnlyAndTheOthersForAllMessages) {
+    OutputCapture output;
+    startWithDebug();
+    for (const unsigned char source : {trevo, halvorUnit, pntDevice}) {
+        for (const std::uint16_t id : Words{5047, 5001, 5049}) {
+            server->cbGssip(makeRecord(UnitFrame{id, flagWord, {1}}, source));
+        }
+    }
+    EXPECT_EQ(1U, output.count("Recvd GSSIP: 5047 from Trevo\n"));
+    for (const std::string id : {"5047", "5001", "5049"}) {
+        EXPECT_EQ(1U, output.count("Recvd GSSIP: " + id + " from HALVOR\n"));
+        EXPECT_EQ(1U, output.count("Recvd GSSIP: " + id + " from PNT-D\n"));
+    }
+    EXPECT_EQ(7U, output.count("Recvd GSSIP: ")) << output.text();
+}
+
+TEST_F(ServerRouting, ARefusedCopyIsToldAllTheSame) {
+    OutputCapture output;
+    startWithDebug();
+    for (const std::size_t length : {11U, 12U, 13U, 15U, 493U, 494U, 65535U}) {
+        auto bytes = UnitFrame{5048, flagWord, {1, 2}}.encode();
+        bytes.resize(length);
+        server->cbGssip(makeRecord(bytes, trevo));
+    }
+    expectOnLinkOne({});
+    EXPECT_EQ(7U, output.count("Recvd GSSIP: 5048 from Trevo\n")) << output.text();
+}
+
+TEST_F(ServerRouting, RecordsWithoutAHeaderAndLongerThanAFrameAreDroppedUntold) {
+    OutputCapture output;
+    startWithDebug();
+    const auto whole = UnitFrame{5048, flagWord, {1, 2}}.encode();
+    for (const unsigned char source : {trevo, halvorUnit, pntDevice}) {
+        for (std::size_t length = 0; length < 10; ++length) {
+            auto bytes = whole;
+            auto told = makeRecord(bytes, source);
+            told.num_bytes(static_cast<std::int32_t>(length));
+            server->cbGssip(told);
+            server->cbDtOut(told);
+            bytes.resize(length);
+            bytes.shrink_to_fit();
+            auto cut = makeRecord(bytes, source);
+            cut.num_bytes(16);
+            server->cbGssip(cut);
+            server->cbDtOut(cut);
+        }
+        auto negative = makeRecord(whole, source);
+        negative.num_bytes(-16);
+        server->cbGssip(negative);
+        server->cbDtOut(negative);
+        auto bytes = whole;
+        bytes.resize(65536);
+        server->cbGssip(makeRecord(bytes, source));
+        server->cbDtOut(makeRecord(bytes, source));
+    }
+    EXPECT_EQ(0U, output.count("Recvd GSSIP")) << output.text();
+    EXPECT_EQ(0U, output.count("ZP: ")) << output.text();
+    expectOnLinkOne({});
+    expectOnLinkTwo({});
+}
+
+TEST_F(ServerRouting, ACopyHasWhatTheRecordTellsAndWhatIsThere) {
+    startAll();
+    const auto first = UnitFrame{5048, flagWord, {1, 2}}.encode();
+    auto record = makeRecord(first, trevo);
+    record.num_bytes(1'000'000);
+    server->cbGssip(record);
+    const auto second = UnitFrame{5048, flagWord, {3, 4}}.encode();
+    auto bytes = second;
+    bytes.resize(100, 0xEE);
+    record = makeRecord(bytes, trevo);
+    record.num_bytes(static_cast<std::int32_t>(second.size()));
+    server->cbGssip(record);
+    expectOnLinkOne({first, second});
+}
+
+TEST_F(ServerRouting, DataTransferIsToldWithTheFlagWordThatItCameWith) {
+    OutputCapture output;
+    startWithDebug();
+    const auto queue = [&](UnitFrame const& frame) { server->cbDtOut(makeRecord(frame, trevo)); };
+    queue({5103, 0x8000, {1, 2, 3}});
+    queue({5104, 0x9000, {}});
+    queue({5126, 0xABCD, std::vector<std::uint16_t>(240)});
+    queue({5105, 0x8000, {1}});
+    const std::string text = output.text();
+    EXPECT_THAT(text, HasSubstr("ZP: Queuing DT message (5103) 3 words, flagword: 8000\n"
+                                "ZP: DT Out starting\n"));
+    EXPECT_THAT(text, HasSubstr("ZP: Queuing DT message (5104) 0 words, flagword: 9000\n"
+                                "ZP: DT Out ending\n"));
+    EXPECT_THAT(text, HasSubstr("ZP: Queuing DT message (5126) 240 words, flagword: abcd\n"));
+    EXPECT_EQ(5U, output.count("ZP: ")) << text;
+}
+
+TEST_F(ServerRouting, NothingIsToldWithDebugOff) {
+    OutputCapture output;
+    startAll();
+    for (const unsigned char source : {trevo, halvorUnit, pntDevice}) {
+        server->cbGssip(makeRecord(UnitFrame{5047, flagWord, {1}}, source));
+        server->cbDtOut(makeRecord(UnitFrame{5103, flagWord, {1}}, source));
+    }
+    EXPECT_EQ(0U, output.count("Recvd GSSIP")) << output.text();
+    EXPECT_EQ(0U, output.count("ZP: ")) << output.text();
+}
+
+TEST_F(ServerRouting, ABareCommandOfThePntDeviceProducesNothing) {
+    startAll();
+    for (std::uint16_t code = 0; code < 10; ++code) {
+        std::vector<std::uint16_t> data(31);
+        data[4] = code;
+        server->cbGssip(makeRecord(UnitFrame{5001, flagWord, data}, pntDevice, 1));
+    }
+    expectOnLinkOne({});
+    expectOnLinkTwo({});
+    expectNothingOnLinkThree();
+}
+
+}  // namespace

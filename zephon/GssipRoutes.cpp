@@ -1,0 +1,98 @@
+#include "zephon/GssipRoutes.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <iterator>
+#include <limits>
+
+#include "ASPN/DeviceIds.h"
+#include "zephon/ZephonServer.h"
+
+using ASPN2::ServerIds;
+using aspn2_msgs::idl::GSSIP;
+
+namespace {
+
+constexpr bool copied = true;
+constexpr bool taken = false;  // by its handler only
+
+constexpr std::array pntDeviceRoutes{
+    GssipRoute{5001, &ZephonServer::handleZP_Block5001, taken},
+};
+
+constexpr std::array<GssipRoute, 0> halvorRoutes{};
+
+constexpr std::array trevoRoutes{
+    GssipRoute{5047, nullptr, copied}, GssipRoute{5048, nullptr, copied},
+    GssipRoute{5406, nullptr, copied}, GssipRoute{8040, nullptr, copied},
+    GssipRoute{8080, nullptr, copied},
+};
+
+template <std::size_t Count>
+constexpr GssipSource makeSource(unsigned char server, char const* name, GssipSource::Told told,
+                                 std::array<GssipRoute, Count> const& routes) {
+    return {server, name, told, routes.data(), Count};
+}
+
+constexpr std::array sources{
+    makeSource(ServerIds::Trevo, "Trevo", GssipSource::Told::AfterTheHandler, trevoRoutes),
+    makeSource(ServerIds::HalvorServer, "HALVOR", GssipSource::Told::OnArrival, halvorRoutes),
+    // The PNT device speaks through this server's links, and so under its id.
+    makeSource(ServerIds::ZephonServer, "PNT-D", GssipSource::Told::OnArrival, pntDeviceRoutes),
+};
+
+constexpr std::array<std::uint16_t, 12> dataTransferIds{5103, 5104, 5120, 5121, 5122, 5123,
+                                                        5124, 5125, 5126, 5134, 5135, 8015};
+
+constexpr std::uint16_t copyFlagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
+
+}  // namespace
+
+GssipRoute const* GssipSource::find(std::uint16_t id) const {
+    GssipRoute const* const end = routes + count;
+    GssipRoute const* const found =
+        std::find_if(routes, end, [id](GssipRoute const& route) { return route.id == id; });
+    return found == end ? nullptr : found;
+}
+
+GssipSource const* findGssipSource(unsigned char server) {
+    const auto found = std::find_if(sources.begin(), sources.end(), [server](auto const& source) {
+        return source.server == server;
+    });
+    return found == sources.end() ? nullptr : &*found;
+}
+
+bool isDataTransferId(std::uint16_t id) {
+    return std::binary_search(dataTransferIds.begin(), dataTransferIds.end(), id);
+}
+
+unsigned short gssipFrameLength(GSSIP const& record) {
+    if (record.num_bytes() < static_cast<std::int32_t>(GSSIP_HEADER_BYTES)) {
+        return 0;
+    }
+    const std::size_t length =
+        std::min<std::size_t>(static_cast<std::size_t>(record.num_bytes()), record.data().size());
+    const bool isFrame =
+        length >= GSSIP_HEADER_BYTES && length <= std::numeric_limits<unsigned short>::max();
+    return isFrame ? static_cast<unsigned short>(length) : static_cast<unsigned short>(0);
+}
+
+std::uint16_t gssipMessageId(GSSIP const& record) {
+    return static_cast<std::uint16_t>(record.data()[2] | record.data()[3] << 8U);
+}
+
+std::shared_ptr<Generic_MSID_Msg> makeGssipCopy(GSSIP const& record) {
+    auto message = std::make_shared<Generic_MSID_Msg>();
+    if (!message->OkSetContent(record.data().data(), gssipFrameLength(record))) {
+        return nullptr;
+    }
+    return message;
+}
+
+void setCopyFlagWord(GssipMessage& message) {
+    if (message.header[3] != copyFlagWord) {
+        message.header[3] = copyFlagWord;
+        message.setHeaderChecksum();
+    }
+}
