@@ -24,7 +24,7 @@ protected:
         EXPECT_EQ(rc, Code::NO_ERROR);
         typed->Register_Callback(connection, into(mailbox), rc);
         EXPECT_EQ(rc, Code::NO_ERROR);
-        HealthReporter::Instance().InitHealthReporter("Zephon", ids, typed, connection);
+        HealthReporter::Instance().InitHealthReporter("Zephon", deviceIds, typed, connection);
     }
     void TearDown() override {
         GpsIoFixture::TearDown();

@@ -198,7 +198,7 @@ protected:
         serial = service;
         connectQueue(setup.name);
         auto made = std::make_unique<Link>(setup.name, "Zephon", static_cast<unsigned short>(1),
-                                           setup.pulseIndex, serial, ids, gssipQueue,
+                                           setup.pulseIndex, serial, deviceIds, gssipQueue,
                                            queueConnection, setup.debug);
         Link& reference = *made;
         link = std::move(made);
@@ -221,8 +221,8 @@ protected:
     /// One more link on the same services, after construct().
     std::unique_ptr<GpsIo> makeLink(std::string const& name, std::string const& prefix,
                                     unsigned short port, bool debug = false) {
-        return std::make_unique<GpsIo>(name, prefix, port, static_cast<short>(-1), serial, ids,
-                                       gssipQueue, queueConnection, debug);
+        return std::make_unique<GpsIo>(name, prefix, port, static_cast<short>(-1), serial,
+                                       deviceIds, gssipQueue, queueConnection, debug);
     }
 
     /// A link that is open, with the marker and one more message free of the handshake.
@@ -322,7 +322,7 @@ protected:
     OutputCapture output;
     Outcomes outcomes;
     Publications published;
-    ASPN2::DeviceIdFactory const ids{"OSTREL", 49};
+    ASPN2::DeviceIdFactory const deviceIds{"OSTREL", 49};
     std::shared_ptr<GssipMcsq> gssipQueue;
     long long queueConnection = -1;
     std::shared_ptr<FACE::IOSS::Serial::IO_Service> serial;

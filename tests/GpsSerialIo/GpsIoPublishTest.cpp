@@ -92,7 +92,8 @@ TEST_F(GpsIoPublish, NumbersItsRecordsFromZeroUnderItsDeviceId) {
 
 TEST_F(GpsIoPublish, NeverPublishesTheHandshake) {
     run({});
-    for (const std::uint16_t flags : {0x8800, 0x8400, 0x8200, 0x8A00, 0x8300, 0x9200}) {
+    for (const std::uint16_t flags :
+         std::initializer_list<std::uint16_t>{0x8800, 0x8400, 0x8200, 0x8A00, 0x8300, 0x9200}) {
         unit.send({5001, flags, {}});
     }
     unit.send(makeFrame(6000));
@@ -206,7 +207,7 @@ TEST_F(GpsIoPublish, RefusesAQueueThatIsNotConnected) {
     construct({});
     for (const long long connection : {queueConnection + 1, -1LL}) {
         try {
-            const GpsIo other("Another", "Zephon", 2, -1, serial, ids, gssipQueue, connection,
+            const GpsIo other("Another", "Zephon", 2, -1, serial, deviceIds, gssipQueue, connection,
                               false);
             ADD_FAILURE() << "nothing was raised";
         } catch (std::runtime_error const& error) {

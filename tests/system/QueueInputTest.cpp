@@ -103,7 +103,7 @@ TEST_F(QueueInput, OnlyTheServerPartOfTheDeviceTellsTheSource) {
 TEST_F(QueueInput, ThreeRecordsInOneReadComeInOrder) {
     start();
     Bytes bytes;
-    for (const std::uint16_t id : {4713, 4711, 4712}) {
+    for (const std::uint16_t id : std::initializer_list<std::uint16_t>{4713, 4711, 4712}) {
         append(bytes, makeRecord(id).encode());
     }
     write("HALVOR_MX", bytes);

@@ -166,7 +166,8 @@ TEST_F(QueueRoad, ListedIdsAreKeptOutOfTheQueuesAndHeardByTheServerItself) {
     startWithReaders();
     for (const unsigned link : everyLink) {
         std::vector<UnitFrame> queued;
-        for (const std::uint16_t id : {8015, 8016, 8017, 4464, 8018, 8019, 0}) {
+        for (const std::uint16_t id :
+             std::initializer_list<std::uint16_t>{8015, 8016, 8017, 4464, 8018, 8019, 0}) {
             bench.unit(link).send(makeFrame(id, 2));
             if (id != 8016 && id != 8017) {
                 queued.push_back(makeFrame(id, 2));
