@@ -1,7 +1,8 @@
 #include "tests/messages/WireDocument.h"
 
-#include <cctype>
-#include <regex>
+#include <array>
+#include <memory>
+#include <regex.h>
 #include <sstream>
 
 namespace {
@@ -47,30 +48,54 @@ std::size_t bitsOfType(std::string const& type) {
     return at == widths.end() ? 0 : at->second;
 }
 
+/// The first match of an extended regular expression in the text, and its groups behind it; empty
+/// when there is none. (The C++ library's expressions do not compile without warnings under the
+/// address sanitizer.)
+std::vector<std::string> findMatch(std::string const& text, char const* pattern) {
+    regex_t expression;
+    if (::regcomp(&expression, pattern, REG_EXTENDED) != 0) {
+        return {};
+    }
+    std::unique_ptr<regex_t, void (*)(regex_t*)> const owner(&expression, ::regfree);
+    std::array<regmatch_t, 4> places{};
+    if (::regexec(&expression, text.c_str(), places.size(), places.data(), 0) != 0) {
+        return {};
+    }
+    std::vector<std::string> found;
+    for (regmatch_t const& place : places) {
+        if (place.rm_so >= 0) {
+            found.push_back(text.substr(static_cast<std::size_t>(place.rm_so),
+                                        static_cast<std::size_t>(place.rm_eo - place.rm_so)));
+        }
+    }
+    return found;
+}
+
 std::optional<FieldPlace> placeOf(std::string const& offset, std::string const& type) {
-    if (!std::regex_match(offset, std::regex("[0-9]{1,4}"))) {
+    if (findMatch(offset, "^[0-9]{1,4}$").empty()) {
         return std::nullopt;
     }
     FieldPlace place{8 * std::stoul(offset), 0, type};
-    std::smatch match;
+    auto const bit = findMatch(type, "^bit ([0-9]{1,2})$");
+    auto const bits = findMatch(type, "^bits ([0-9]{1,2})-([0-9]{1,2})$");
+    auto const row = findMatch(type, "^([0-9]{1,4}) (words|bytes|characters|swapped characters)$");
+    auto const groups = findMatch(type, "^([0-9]{1,4}) groups of ([0-9]{1,4}) bytes$");
     if (type == "byte" || type == "word") {
         place.bits = type == "byte" ? 8 : 16;
         place.type = "bits";
-    } else if (std::regex_match(type, match, std::regex("bit ([0-9]{1,2})"))) {
-        place.firstBit += std::stoul(match[1]);
+    } else if (!bit.empty()) {
+        place.firstBit += std::stoul(bit[1]);
         place.bits = 1;
         place.type = "bits";
-    } else if (std::regex_match(type, match, std::regex("bits ([0-9]{1,2})-([0-9]{1,2})"))) {
-        place.firstBit += std::stoul(match[1]);
-        place.bits = std::stoul(match[2]) - std::stoul(match[1]) + 1;
+    } else if (!bits.empty()) {
+        place.firstBit += std::stoul(bits[1]);
+        place.bits = std::stoul(bits[2]) - std::stoul(bits[1]) + 1;
         place.type = "bits";
-    } else if (std::regex_match(type, match,
-                                std::regex("([0-9]{1,4}) (words|bytes|(?:swapped )?characters)"))) {
-        place.bits = std::stoul(match[1]) * (match[2] == "words" ? 16 : 8);
-        place.type = match[2];
-    } else if (std::regex_match(type, match,
-                                std::regex("([0-9]{1,4}) groups of ([0-9]{1,4}) bytes"))) {
-        place.bits = std::stoul(match[1]) * std::stoul(match[2]) * 8;
+    } else if (!row.empty()) {
+        place.bits = std::stoul(row[1]) * (row[2] == "words" ? 16 : 8);
+        place.type = row[2];
+    } else if (!groups.empty()) {
+        place.bits = std::stoul(groups[1]) * std::stoul(groups[2]) * 8;
         place.type = "groups";
     } else {
         place.bits = bitsOfType(type);
@@ -98,16 +123,15 @@ bool addFields(LayoutFields& fields, std::vector<std::string> const& cells) {
 /// One line of the table of messages: identifier, class, words, flag word. A word count and a
 /// flag word may have words behind them.
 bool addHeads(std::map<unsigned, MessageHead>& heads, std::vector<std::string> const& cells) {
-    std::smatch words;
-    std::smatch flagWord;
-    if (!std::regex_search(cells[2], words, std::regex("[0-9]{1,4}")) ||
-        !std::regex_search(cells[3], flagWord, std::regex("0x[0-9A-F]{4}"))) {
+    auto const words = findMatch(cells[2], "[0-9]{1,4}");
+    auto const flagWord = findMatch(cells[3], "0x[0-9A-F]{4}");
+    if (words.empty() || flagWord.empty()) {
         return false;
     }
     MessageHead const head{static_cast<unsigned>(std::stoul(words[0])),
                            static_cast<unsigned>(std::stoul(flagWord[0], nullptr, 16))};
     for (auto const& id : splitAt(cells[0], ',')) {
-        if (std::regex_match(id, std::regex("[0-9]{1,5}"))) {
+        if (!findMatch(id, "^[0-9]{1,5}$").empty()) {
             heads.emplace(static_cast<unsigned>(std::stoul(id)), head);
         } else if (id != "any") {
             return false;
