@@ -78,6 +78,10 @@ public:
     void handleZP_Block5001(aspn2_msgs::idl::GSSIP const& record);
     /// Queues a message for all virtual units, unchanged, on link 1.
     void sendToAllEmulators(std::shared_ptr<GssipMessage> const& message);
+    /// Queues a message for one virtual unit, 1 to 4, in a wrapper on link 1; any other number
+    /// sends nothing. Inserts the message's checksums. One that is too long for the wrapper is
+    /// lost, with an event.
+    void sendToEmulator(int unit, std::shared_ptr<GssipMessage> const& message);
     /// Queues a message, unchanged, on link 3.
     void sendToPntdBitPort(std::shared_ptr<GssipMessage> const& message);
 

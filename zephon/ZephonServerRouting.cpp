@@ -1,12 +1,16 @@
 #include <iostream>
 #include <sstream>
 
+#include "ASPN/HealthReporter.h"
+#include "messages/PntdWrapper.h"
 #include "zephon/GssipRoutes.h"
 #include "zephon/ZephonServer.h"
 
 using aspn2_msgs::idl::GSSIP;
 
 namespace {
+
+constexpr int virtualUnits = 4;
 
 constexpr std::uint16_t dataTransferStart = 5103;
 constexpr std::uint16_t dataTransferEnd = 5104;
@@ -85,6 +89,26 @@ void ZephonServer::handleZP_Block5001(GSSIP const& /*record*/) {
 
 void ZephonServer::sendToAllEmulators(std::shared_ptr<GssipMessage> const& message) {
     links_.send(mainUnitLink, message);
+}
+
+void ZephonServer::sendToEmulator(int unit, std::shared_ptr<GssipMessage> const& message) {
+    if (unit < 1 || unit > virtualUnits) {
+        return;
+    }
+    message->insert_checksum();  // the link finishes the wrapper's checksums only
+    auto const wrapper = std::make_shared<PNTD_Wrap_Msg>();
+    wrapper->SetVirtualZephonNumber(unit);
+    if (wrapper->WrapMessage(message)) {
+        links_.send(mainUnitLink, wrapper);
+        return;
+    }
+    const std::string text = name_ + ": Unable to wrap an input message (" +
+                             std::to_string(message->msgId) +
+                             ") to the PNT-D, likely the message is too large";
+    HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::FAILURE, text);
+    if (config_.debug) {
+        std::cout << text + "\n" << std::flush;
+    }
 }
 
 void ZephonServer::sendToPntdBitPort(std::shared_ptr<GssipMessage> const& message) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/system/EventReader.h"
 #include "tests/zephon/GssipRecords.h"
 #include "tests/zephon/UnitFrames.h"
 #include "tests/zephon/ZephonServerFixture.h"
@@ -253,6 +254,108 @@ TEST_F(ServerRouting, ABareCommandOfThePntDeviceProducesNothing) {
     expectOnLinkOne({});
     expectOnLinkTwo({});
     expectNothingOnLinkThree();
+}
+
+/// A message of any id on its way out, without checksums.
+std::shared_ptr<GssipMessage> makeMessage(std::uint16_t id, std::size_t words,
+                                          std::uint16_t flags = UnitFrame::linkReady) {
+    auto message = std::make_shared<Generic_MSID_Msg>();
+    message->header[1] = message->msgId = id;
+    message->header[3] = flags;
+    message->set_gpsip_wdcnt(static_cast<unsigned short>(words));
+    for (std::size_t i = 0; i < words; ++i) {
+        message->data[i] = static_cast<std::uint16_t>(id + 257 * i);
+    }
+    return message;
+}
+
+/// The same message as the unit gets it for one of its virtual units.
+FrameBytes wrapped(std::uint16_t unit, GssipMessage const& message) {
+    UnitFrame inner{
+        message.msgId, message.header[3], {message.data, message.data + message.wordCount}};
+    const auto bytes = inner.encode();
+    UnitFrame outer{
+        27552,
+        static_cast<std::uint16_t>(UnitFrame::linkReady | (inner.flags & UnitFrame::ackRequest)),
+        {unit}};
+    for (std::size_t i = 0; i < bytes.size(); i += 2) {
+        outer.data.push_back(static_cast<std::uint16_t>(bytes[i] | bytes[i + 1] << 8U));
+    }
+    return outer.encode();
+}
+
+TEST_F(ServerRouting, AMessageForOneVirtualUnitGoesOutOnLinkOneInAWrapper) {
+    startAll();
+    std::vector<FrameBytes> expected;
+    for (const std::uint16_t unit : Words{1, 2, 3, 4}) {
+        const auto message = makeMessage(5331, unit * 10U);
+        server->sendToEmulator(unit, message);
+        expected.push_back(wrapped(unit, *message));
+    }
+    expectOnLinkOne(expected);
+    expectOnLinkTwo({});
+    expectNothingOnLinkThree();
+}
+
+TEST_F(ServerRouting, TheWrapperAsksForAnAckWhenTheMessageDoes) {
+    startAll();
+    const auto message = makeMessage(5000, 3, flagWord);
+    server->sendToEmulator(2, message);
+    expectOnLinkOne({wrapped(2, *message)});
+    EXPECT_EQ(flagWord, bench.unit(1).frames(27552)[0].frame.flags);
+}
+
+TEST_F(ServerRouting, AMessageWithoutDataIsWrappedWithoutADataChecksum) {
+    startAll();
+    const auto message = makeMessage(5001, 0);
+    server->sendToEmulator(1, message);
+    expectOnLinkOne({wrapped(1, *message)});
+    EXPECT_EQ(6U, bench.unit(1).frames(27552)[0].frame.data.size());
+}
+
+TEST_F(ServerRouting, NoOtherNumberIsAVirtualUnit) {
+    OutputCapture output;
+    startWithDebug();
+    for (const int unit : {0, 5, -1, 256 + 1, 65536 + 1, 2'147'483'647, -2'147'483'647 - 1}) {
+        server->sendToEmulator(unit, makeMessage(5331, 10));
+        server->sendToEmulator(unit, makeMessage(5331, 235));
+    }
+    expectOnLinkOne({});
+    EXPECT_EQ(0U, output.count("Unable to wrap")) << output.text();
+}
+
+TEST_F(ServerRouting, AMessageOf234DataWordsFitsTheWrapperAndOneOf235IsReported) {
+    OutputCapture output;
+    startWithDebug();
+    const EventReader events(bench);
+    const auto longest = makeMessage(5331, 234);
+    server->sendToEmulator(3, makeMessage(5331, 235));
+    server->sendToEmulator(3, longest);
+    expectOnLinkOne({wrapped(3, *longest)});
+    EXPECT_EQ(241U, bench.unit(1).frames(27552)[0].frame.data.size());
+    const std::string text =
+        "ZephonServer: Unable to wrap an input message (5331) to the PNT-D, likely the message is "
+        "too large";
+    EXPECT_EQ(1U, output.count("\n" + text + "\n")) << output.text();
+    const auto event = events.waitFor(text);
+    ASSERT_TRUE(event) << events.report();
+    EXPECT_EQ(3, event->type);
+    EXPECT_EQ(1U, events.count("Unable to wrap")) << events.report();
+}
+
+TEST_F(ServerRouting, AMessageThatIsTooLongIsNotToldOnTheConsoleWithDebugOff) {
+    OutputCapture output;
+    startAll();
+    const EventReader events(bench);
+    server->sendToEmulator(1, makeMessage(5331, 240));
+    EXPECT_TRUE(events.waitFor("Unable to wrap an input message (5331)")) << events.report();
+    EXPECT_EQ(0U, output.count("Unable to wrap")) << output.text();
+}
+
+TEST_F(ServerRouting, MessagesForVirtualUnitsAreLostBeforeTheLinksExist) {
+    server->sendToEmulator(1, makeMessage(5331, 10));
+    startAll();
+    expectOnLinkOne({});
 }
 
 }  // namespace
