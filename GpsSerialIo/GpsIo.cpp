@@ -12,7 +12,8 @@
 #include "ASPN/HealthReporter.h"
 #include "ASPN/TimeTags.h"
 #include "GpsSerialIo/GssipFrame.h"
-#include "messages/TrevoMessages.h"
+#include "messages/TrevoHeaderOnlyMsg.h"
+#include "messages/TrevoPortSetup.h"
 #include "platform/FpgaFace.h"
 #include "platform/WatchdogTimer.h"
 
@@ -131,10 +132,9 @@ void GpsIo::configure(int baud, unsigned short parity) {
     stop();
     openConnection();
 
-    const unsigned short knownParity = parity == 1 || parity == 2 ? parity : 0;
     TrevocomPortSetup setup;
-    setup.setBaud(toSerialBaudCode(baud), knownParity);
-    setup.setPort(0);
+    setup.setBaud(toSerialBaudCode(baud), static_cast<e5331_SerialParity>(parity));
+    setup.setPort(e5331_Port::Port0);
     {
         const WriteLimit limit(writeControl_.get(), handle_, ownersWriteDuration);
         setup.WriteMessage(this);

@@ -39,6 +39,12 @@ constexpr std::size_t GssipFrameBytes(std::size_t wordCount) {
     return wordCount == 0 ? GSSIP_HEADER_BYTES : GSSIP_HEADER_BYTES + 2 * wordCount + 2;
 }
 
+/// Data words of a block of `length` bytes that ends with a data checksum; negative for a block
+/// that is too short to have one.
+constexpr int GssipDataWords(unsigned short length) {
+    return length / 2 - 6;
+}
+
 /// Sum modulo 65536 of `words` words that start at `bytes`, low byte first, any alignment.
 /// Inline: the parser sums headers of a known length and short frames at line rate.
 inline std::uint16_t SumOfWords(const void* bytes, std::size_t words) {

@@ -2,18 +2,8 @@
 
 #include <algorithm>
 
-namespace {
-
-/// Data words of a block of `length` bytes that ends with a data checksum; negative for a
-/// block that is too short to have one.
-int dataWordsOfBlock(unsigned short length) {
-    return length / 2 - 6;
-}
-
-}  // namespace
-
 bool GssipMessage::OkSetContent(const unsigned char* bytes, unsigned short length) {
-    if (header == nullptr || dataWordsOfBlock(length) != static_cast<std::int64_t>(wordCount)) {
+    if (header == nullptr || GssipDataWords(length) != static_cast<std::int64_t>(wordCount)) {
         return false;
     }
     // An odd length passes the division, and an object without data may own five words only.
@@ -95,7 +85,7 @@ bool Generic_MSID_Msg::OkSetContent(const unsigned char* bytes, unsigned short l
     if (length == GSSIP_HEADER_BYTES) {
         wordCount = 0;
     } else {
-        const int words = dataWordsOfBlock(length);
+        const int words = GssipDataWords(length);
         if (words < 1 || words > static_cast<int>(maxDataWords) || length % 2 != 0) {
             return false;
         }

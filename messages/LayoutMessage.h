@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cstring>
+
 #include "GpsSerialIo/GssipFrame.h"
 #include "GpsSerialIo/GssipMessage.h"
 #include "messages/Fields.h"
@@ -37,6 +40,11 @@ public:
 protected:
     const fields::Frame<Layout::words>& frame() const { return frame_; }
     fields::Frame<Layout::words>& frame() { return frame_; }
+
+    /// Copies a received frame over this one, as far as this one reaches.
+    void copyToFrame(const unsigned char* bytes, std::size_t length) {
+        std::memcpy(frame_.data(), bytes, std::min(length, sizeof frame_));
+    }
 
 private:
     fields::Frame<Layout::words> frame_{};

@@ -32,6 +32,12 @@ inline void fillUntouched(GssipMessage& message) {
     std::memset(message.data, untouchedByte, 2 * message.wordCount);
 }
 
+/// Writes the data words as they came in.
+inline void setData(GssipMessage& message, Bytes const& data) {
+    std::memcpy(message.data, data.data(),
+                std::min<std::size_t>(data.size(), 2 * message.wordCount));
+}
+
 /// The data words as they go out.
 inline Bytes dataOf(GssipMessage const& message) {
     Bytes data(2 * message.wordCount);
@@ -98,6 +104,11 @@ private:
     std::unique_ptr<unsigned char[]> bytes_;
     std::size_t length_;
 };
+
+/// A block with the beginning of a long frame, the data of which is 0x5A.
+inline Block receivedBlock(std::uint16_t msgId, std::size_t length) {
+    return {frameOf(msgId, Bytes(512, 0x5A)), length};
+}
 
 /// Gives `take(bytes, length)` a block of every length up to `longest` and lists the lengths
 /// that it accepts.
