@@ -1,6 +1,9 @@
 // Routing of single records by a server in this process: what no queue device would deliver, and
 // what becomes of each side.
 
+#include <limits>
+#include <memory>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -356,6 +359,35 @@ TEST_F(ServerRouting, MessagesForVirtualUnitsAreLostBeforeTheLinksExist) {
     server->sendToEmulator(1, makeMessage(5331, 10));
     startAll();
     expectOnLinkOne({});
+}
+
+TEST(ServerRoutingOfAnyRecord, ReadsNoByteThatDidNotArrive) {
+    // Without links nothing waits, and AddressSanitizer sees each read.
+    const auto server = std::make_unique<ZephonServer>();
+    FACE::RETURN_CODE_TYPE::Value code = FACE::RETURN_CODE_TYPE::NO_ACTION;
+    server->Request_State_Transition(ZephonServer::RequestedState::START, code);
+    ASSERT_EQ(FACE::RETURN_CODE_TYPE::NO_ERROR, code);
+    const Words ids{5001, 5044, 27532, 27533, 27534, 27535, 27536, 27553, 27558, 27561,
+                    2516, 2518, 15051, 5040,  5047,  5048,  5406,  8040,  8080,  8504,
+                    9391, 5103, 5104,  5120,  5126,  5134,  5135,  8015,  0,     65535};
+    std::vector<std::size_t> lengths(600);
+    std::iota(lengths.begin(), lengths.end(), 0);
+    lengths.insert(lengths.end(), {65534, 65535, 65536, 65546, 131072});
+    for (const std::size_t length : lengths) {
+        for (const std::uint16_t id : ids) {
+            auto bytes = UnitFrame{id, flagWord, {}}.encode();
+            bytes.resize(length, 0xEE);
+            bytes.shrink_to_fit();
+            for (const unsigned char source : {trevo, halvorUnit, pntDevice}) {
+                auto record = makeRecord(bytes, source);
+                server->cbGssip(record);
+                server->cbDtOut(record);
+                record.num_bytes(std::numeric_limits<std::int32_t>::max());
+                server->cbGssip(record);
+                server->cbDtOut(record);
+            }
+        }
+    }
 }
 
 }  // namespace
