@@ -19,6 +19,8 @@ constexpr bool taken = false;  // by its handler only
 
 constexpr std::array pntDeviceRoutes{
     GssipRoute{5001, &ZephonServer::handleZP_Block5001, taken},
+    GssipRoute{5044, &ZephonServer::handleZP_Block5044, taken},
+    GssipRoute{27553, &ZephonServer::handleZP_Block27553, taken},
 };
 
 constexpr std::array<GssipRoute, 0> halvorRoutes{};

@@ -28,6 +28,8 @@
 #include "zephon/LinkTable.h"
 #include "zephon/ServerParameters.h"
 
+struct Trevo5044Record;
+
 /// The server: it takes records in, decides, and hands messages on.
 ///
 /// One thread, main's, drives the life cycle; `cb...` members run on the transport's listener
@@ -76,6 +78,8 @@ public:
     void cbDtOut(aspn2_msgs::idl::GSSIP const& record);
     /// Handlers of single messages, called by cbGssip.
     void handleZP_Block5001(aspn2_msgs::idl::GSSIP const& record);
+    void handleZP_Block5044(aspn2_msgs::idl::GSSIP const& record);
+    void handleZP_Block27553(aspn2_msgs::idl::GSSIP const& record);
     /// Queues a message for all virtual units, unchanged, on link 1.
     void sendToAllEmulators(std::shared_ptr<GssipMessage> const& message);
     /// Queues a message for one virtual unit, 1 to 4, in a wrapper on link 1; any other number
@@ -149,6 +153,8 @@ private:
     void stopServer();
     bool isRunning() const { return state_ == ReportedState::RUNNING; }
 
+    /// Reports the states of message 5044 that matter to others; `unit` names who has it.
+    void tellStatus(std::string const& unit, Trevo5044Record const& status) const;
     void copyToAllEmulators(aspn2_msgs::idl::GSSIP const& record);
 
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);

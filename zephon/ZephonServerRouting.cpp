@@ -3,6 +3,7 @@
 
 #include "ASPN/HealthReporter.h"
 #include "messages/PntdWrapper.h"
+#include "messages/TrevoStatus.h"
 #include "zephon/GssipRoutes.h"
 #include "zephon/ZephonServer.h"
 
@@ -11,6 +12,10 @@ using aspn2_msgs::idl::GSSIP;
 namespace {
 
 constexpr int virtualUnits = 4;
+
+// States of message 5044 that are told on the event log.
+constexpr std::uint16_t firstToldStatus = 17;
+constexpr std::uint16_t lastToldStatus = 18;
 
 constexpr std::uint16_t dataTransferStart = 5103;
 constexpr std::uint16_t dataTransferEnd = 5104;
@@ -85,6 +90,46 @@ void ZephonServer::cbDtOut(GSSIP const& record) {
 
 void ZephonServer::handleZP_Block5001(GSSIP const& /*record*/) {
     // A command from the unit acts only when it names its virtual unit, that is in a wrapper.
+}
+
+void ZephonServer::handleZP_Block5044(GSSIP const& record) {
+    Trevo_5044_Msg message;
+    if (!message.ok_set_5044_gpsip(record.data().data(), gssipFrameLength(record))) {
+        return;
+    }
+    message.unpack_5044();
+    if (config_.debug) {
+        std::cout << "Unpacked 5044 " + std::to_string(message.record.statusId) +
+                         "\nUnpacked 5044 word count " + std::to_string(message.header[2]) + "\n"
+                  << std::flush;
+    }
+    const unsigned emulator =
+        ASPN2::instanceOf(static_cast<std::uint32_t>(record.header().device_id()));
+    tellStatus(" Em#" + std::to_string(emulator), message.record);
+}
+
+void ZephonServer::handleZP_Block27553(GSSIP const& record) {
+    PNTD_Wrap_Msg wrapper;
+    if (!wrapper.OkSetContent(record.data().data(), gssipFrameLength(record))) {
+        return;
+    }
+    const auto inner = wrapper.innerFrame();
+    Trevo_5044_Msg message;
+    if (inner.msgId != Trevo5044Layout::id ||
+        !message.ok_set_5044_gpsip(inner.bytes, inner.length)) {
+        return;
+    }
+    message.unpack_5044();
+    tellStatus(" vZephon#" + std::to_string(wrapper.virtualZephonNumber()), message.record);
+}
+
+void ZephonServer::tellStatus(std::string const& unit, Trevo5044Record const& status) const {
+    if (status.statusId < firstToldStatus || status.statusId > lastToldStatus) {
+        return;
+    }
+    HealthReporter::Instance().SendEvent(
+        __FILE__, __LINE__, EventTypes::INFORMATION,
+        name_ + unit + " 5044,ID:," + std::to_string(status.statusId) + "," + status.text);
 }
 
 void ZephonServer::sendToAllEmulators(std::shared_ptr<GssipMessage> const& message) {

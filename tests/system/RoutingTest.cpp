@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/system/EventReader.h"
 #include "tests/system/QueueFixture.h"
 #include "tests/zephon/UnitFrames.h"
 
@@ -48,6 +49,7 @@ TEST_F(Routing, TheEnginesOutputComesToTheUnitsAsItStands) {
         expected.push_back(frame.encode());
     }
     ASSERT_TRUE(waitForFrame(bench.unit(1), expected.back())) << bench.report();
+    ASSERT_TRUE(bench.unit(3).waitForFrames(27530, 1, patience)) << bench.report();
     stop();
     EXPECT_EQ(expected, framesOf(bench.unit(1)));
     EXPECT_EQ(Frames(), framesOf(bench.unit(2)));
@@ -167,6 +169,25 @@ TEST_F(Routing, TrafficOfAllQueuesGoesItsWaysAtOnce) {
     stop();
     EXPECT_EQ(copies, framesOf(bench.unit(1)));
     EXPECT_EQ(transfers, framesOf(bench.unit(2)));
+}
+
+TEST_F(Routing, WhatTheUnitReportsOfItselfStandsOnTheEventLog) {
+    const EventReader events(bench);
+    start();
+    bench.unit(1).send(makeStatus(17, "ZEROIZE STARTED"));
+    bench.unit(3).send(makeStatus(18, "ZEROIZE DONE"));
+    bench.unit(1).send(makeStatus(16, "OF NO INTEREST"));
+    bench.unit(1).send(wrap(27553, 2, makeStatus(19, "OF NO INTEREST")));
+    bench.unit(1).send(wrap(27553, 2, makeStatus(17, "ZEROIZE STARTED")));
+    for (std::string const text : {"ZephonServer Em#1 5044,ID:,17,ZEROIZE STARTED",
+                                   "ZephonServer Em#3 5044,ID:,18,ZEROIZE DONE",
+                                   "ZephonServer vZephon#2 5044,ID:,17,ZEROIZE STARTED"}) {
+        const auto event = events.waitFor(text);
+        ASSERT_TRUE(event) << text << events.report();
+        EXPECT_EQ(2, event->type);
+        EXPECT_EQ(1U, events.count(text)) << events.report();
+    }
+    EXPECT_EQ(0U, events.count("OF NO INTEREST")) << events.report();
 }
 
 }  // namespace

@@ -88,7 +88,9 @@ TEST(GssipRoutes, OfTheHalvorUnit) {
 }
 
 TEST(GssipRoutes, OfThePntDevice) {
-    expectRoutes(pntDevice, {{5001, {&ZephonServer::handleZP_Block5001, false}}});
+    expectRoutes(pntDevice, {{5001, {&ZephonServer::handleZP_Block5001, false}},
+                             {5044, {&ZephonServer::handleZP_Block5044, false}},
+                             {27553, {&ZephonServer::handleZP_Block27553, false}}});
 }
 
 TEST(GssipRoutes, DataTransferHasTwelveIds) {

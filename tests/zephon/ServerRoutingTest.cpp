@@ -11,6 +11,7 @@
 #include "tests/zephon/GssipRecords.h"
 #include "tests/zephon/UnitFrames.h"
 #include "tests/zephon/ZephonServerFixture.h"
+#include "zephon/GssipRoutes.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ using Bytes = std::vector<std::uint8_t>;
 using Words = std::vector<std::uint16_t>;
 
 constexpr std::uint16_t flagWord = 0x9000;
-constexpr std::uint16_t markId = 15051;  // a message that no test sends otherwise
+constexpr std::uint16_t markId = 15051;
 
 class ServerRouting : public ZephonServerFixture {
 protected:
@@ -30,28 +31,33 @@ protected:
         startAll();
     }
 
+    /// A message that no test sends otherwise.
+    static UnitFrame mark() { return {markId, UnitFrame::linkReady, {}}; }
+    static std::shared_ptr<GssipMessage> markMessage() {
+        return makeGssipCopy(makeRecord(mark(), trevo));
+    }
+
     /// Waits until a message that goes after all others has come out of link 1, and expects these
     /// frames and no others before it.
     void expectOnLinkOne(std::vector<FrameBytes> expected) {
-        const UnitFrame mark{markId, UnitFrame::linkReady, {}};
-        auto message = std::make_shared<Generic_MSID_Msg>();
-        const auto bytes = mark.encode();
-        ASSERT_TRUE(message->OkSetContent(bytes.data(), static_cast<unsigned short>(bytes.size())));
-        server->sendToAllEmulators(message);
-        ASSERT_TRUE(waitForFrame(bench.unit(1), mark)) << bench.report();
-        expected.push_back(bytes);
+        server->sendToAllEmulators(markMessage());
+        ASSERT_TRUE(waitForFrame(bench.unit(1), mark())) << bench.report();
+        expected.push_back(mark().encode());
         EXPECT_EQ(expected, framesOf(bench.unit(1)));
     }
     /// The same for link 2.
     void expectOnLinkTwo(std::vector<FrameBytes> expected) {
-        const UnitFrame mark{8015, flagWord, {markId}};
-        server->cbDtOut(makeRecord(mark, halvorUnit));
-        ASSERT_TRUE(waitForFrame(bench.unit(2), mark)) << bench.report();
-        expected.push_back(mark.encode());
+        const UnitFrame last{8015, flagWord, {markId}};
+        server->cbDtOut(makeRecord(last, halvorUnit));
+        ASSERT_TRUE(waitForFrame(bench.unit(2), last)) << bench.report();
+        expected.push_back(last.encode());
         EXPECT_EQ(expected, framesOf(bench.unit(2)));
     }
     void expectNothingOnLinkThree() {
-        EXPECT_EQ(1U, framesOf(bench.unit(3)).size()) << "only that the server has started";
+        server->sendToPntdBitPort(markMessage());
+        ASSERT_TRUE(waitForFrame(bench.unit(3), mark())) << bench.report();
+        EXPECT_EQ(2U, framesOf(bench.unit(3)).size()) << bench.report();
+        EXPECT_FALSE(bench.unit(3).frames(27530).empty()) << "that the server has started";
     }
 };
 
@@ -274,17 +280,10 @@ std::shared_ptr<GssipMessage> makeMessage(std::uint16_t id, std::size_t words,
 
 /// The same message as the unit gets it for one of its virtual units.
 FrameBytes wrapped(std::uint16_t unit, GssipMessage const& message) {
-    UnitFrame inner{
-        message.msgId, message.header[3], {message.data, message.data + message.wordCount}};
-    const auto bytes = inner.encode();
-    UnitFrame outer{
-        27552,
-        static_cast<std::uint16_t>(UnitFrame::linkReady | (inner.flags & UnitFrame::ackRequest)),
-        {unit}};
-    for (std::size_t i = 0; i < bytes.size(); i += 2) {
-        outer.data.push_back(static_cast<std::uint16_t>(bytes[i] | bytes[i + 1] << 8U));
-    }
-    return outer.encode();
+    return wrap(
+               27552, unit,
+               {message.msgId, message.header[3], {message.data, message.data + message.wordCount}})
+        .encode();
 }
 
 TEST_F(ServerRouting, AMessageForOneVirtualUnitGoesOutOnLinkOneInAWrapper) {
@@ -388,6 +387,145 @@ TEST(ServerRoutingOfAnyRecord, ReadsNoByteThatDidNotArrive) {
             }
         }
     }
+}
+
+/// What the unit reports of itself, on the event log.
+class StatusRouting : public ServerRouting {
+protected:
+    /// Expects these lines of status messages on the event log, and no others; ends the row with
+    /// one more.
+    void expectEvents(EventReader const& events, std::vector<std::string> expected) {
+        server->cbGssip(makeRecord(makeStatus(17, "LAST"), pntDevice, 9));
+        expected.emplace_back("ZephonServer Em#9 5044,ID:,17,LAST");
+        ASSERT_TRUE(events.waitFor(expected.back())) << events.report();
+        std::vector<std::string> lines;
+        for (auto const& event : events.all()) {
+            const auto at = event.text.find("ZephonServer ");
+            if (event.text.find("5044") != std::string::npos && at != std::string::npos) {
+                EXPECT_EQ(2, event.type);
+                lines.push_back(event.text.substr(at));
+            }
+        }
+        EXPECT_EQ(expected, lines);
+    }
+};
+
+TEST_F(StatusRouting, StatusSeventeenAndEighteenOfAnEmulatorAreEvents) {
+    startAll();
+    const EventReader events(bench);
+    server->cbGssip(makeRecord(makeStatus(17, "ZEROIZE STARTED"), pntDevice, 1));
+    server->cbGssip(makeRecord(makeStatus(18, "01234567890123456789012345678901"), pntDevice, 255));
+    server->cbGssip(makeRecord(makeStatus(18, ""), pntDevice, 0));
+    expectEvents(events, {"ZephonServer Em#1 5044,ID:,17,ZEROIZE STARTED",
+                          "ZephonServer Em#255 5044,ID:,18,01234567890123456789012345678901",
+                          "ZephonServer Em#0 5044,ID:,18,"});
+}
+
+TEST_F(StatusRouting, StatusSeventeenAndEighteenOfAVirtualUnitAreEvents) {
+    startAll();
+    const EventReader events(bench);
+    for (const std::uint16_t unit : Words{1, 4, 65535}) {
+        server->cbGssip(
+            makeRecord(wrap(27553, unit, makeStatus(17, "ZEROIZE STARTED")), pntDevice, 1));
+    }
+    server->cbGssip(makeRecord(wrap(27553, 2, makeStatus(18, "DONE")), pntDevice, 1));
+    expectEvents(events, {"ZephonServer vZephon#1 5044,ID:,17,ZEROIZE STARTED",
+                          "ZephonServer vZephon#4 5044,ID:,17,ZEROIZE STARTED",
+                          "ZephonServer vZephon#65535 5044,ID:,17,ZEROIZE STARTED",
+                          "ZephonServer vZephon#2 5044,ID:,18,DONE"});
+}
+
+TEST_F(StatusRouting, AnyOtherStatusIsNoEvent) {
+    startAll();
+    const EventReader events(bench);
+    for (const std::uint16_t status : Words{0, 16, 19, 20, 273, 65535}) {
+        server->cbGssip(makeRecord(makeStatus(status, "NONE"), pntDevice, 1));
+        server->cbGssip(makeRecord(wrap(27553, 1, makeStatus(status, "NONE")), pntDevice, 1));
+    }
+    expectEvents(events, {});
+}
+
+TEST_F(StatusRouting, OnlyAStatusMessageOfTheRightLengthIsTaken) {
+    OutputCapture output;
+    startWithDebug();
+    const EventReader events(bench);
+    const auto whole = makeStatus(17, "CUT").encode();
+    for (std::size_t length = 10; length < 80; ++length) {
+        if (length / 2 != whole.size() / 2) {
+            auto bytes = whole;
+            bytes.resize(length);
+            bytes.shrink_to_fit();
+            server->cbGssip(makeRecord(bytes, pntDevice, 1));
+        }
+    }
+    EXPECT_EQ(0U, output.count("Unpacked 5044")) << output.text();
+    expectEvents(events, {});
+}
+
+TEST_F(StatusRouting, AnInnerFrameThatIsCutOrCutsAnotherIsLeftAlone) {
+    startAll();
+    const EventReader events(bench);
+    const auto whole = wrap(27553, 1, makeStatus(17, "CUT")).encode();
+    for (std::size_t length = 10; length < 600; ++length) {
+        if (length / 2 != whole.size() / 2) {
+            auto bytes = whole;
+            bytes.resize(length);
+            bytes.shrink_to_fit();
+            server->cbGssip(makeRecord(bytes, pntDevice, 1));
+        }
+    }
+    expectEvents(events, {});
+}
+
+TEST_F(StatusRouting, ChecksumsInsideAWrapperAreNotVerified) {
+    startAll();
+    const EventReader events(bench);
+    auto bytes = wrap(27553, 3, makeStatus(17, "SPOILT")).encode();
+    bytes[12 + 8] ^= 0xFFU;            // inner header checksum
+    bytes[bytes.size() - 4] ^= 0xFFU;  // inner data checksum
+    server->cbGssip(makeRecord(bytes, pntDevice, 1));
+    expectEvents(events, {"ZephonServer vZephon#3 5044,ID:,17,SPOILT"});
+}
+
+TEST_F(StatusRouting, OtherFramesInsideAWrapperAreIgnored) {
+    OutputCapture output;
+    startAll();
+    const EventReader events(bench);
+    auto other = makeStatus(17, "OTHER");
+    for (const std::uint16_t id : Words{0, 5043, 5045, 27553, 65535}) {
+        other.id = id;
+        server->cbGssip(makeRecord(wrap(27553, 1, other), pntDevice, 1));
+    }
+    server->cbGssip(makeRecord(wrap(27553, 1, {5044, 0x9000, {}}), pntDevice, 1));
+    server->cbGssip(makeRecord(wrap(27553, 1, {5044, 0x9000, {1}}), pntDevice, 1));
+    expectEvents(events, {});
+}
+
+TEST_F(StatusRouting, AStatusOnTheDirectPathIsToldWithDebugAndAWrappedOneIsNot) {
+    OutputCapture output;
+    startWithDebug();
+    server->cbGssip(makeRecord(wrap(27553, 1, makeStatus(17, "INSIDE")), pntDevice, 1));
+    EXPECT_EQ(0U, output.count("Unpacked 5044")) << output.text();
+    server->cbGssip(makeRecord(makeStatus(16, "DIRECT"), pntDevice, 1));
+    EXPECT_EQ(1U, output.count("Recvd GSSIP: 5044 from PNT-D\n"
+                               "Unpacked 5044 16\nUnpacked 5044 word count 21\n"))
+        << output.text();
+    auto bytes = makeStatus(16, "DIRECT").encode();
+    bytes[4] = 0xFF;  // the word count that is told, not the one that came
+    bytes[5] = 0xFF;
+    server->cbGssip(makeRecord(bytes, pntDevice, 1));
+    EXPECT_EQ(1U, output.count("Unpacked 5044 16\nUnpacked 5044 word count 65535\n"))
+        << output.text();
+}
+
+TEST_F(StatusRouting, TheEngineAndTheHalvorUnitHaveNoSuchStatus) {
+    startAll();
+    const EventReader events(bench);
+    for (const unsigned char source : {trevo, halvorUnit}) {
+        server->cbGssip(makeRecord(makeStatus(17, "OTHER"), source, 1));
+        server->cbGssip(makeRecord(wrap(27553, 1, makeStatus(17, "OTHER")), source, 1));
+    }
+    expectEvents(events, {});
 }
 
 }  // namespace
