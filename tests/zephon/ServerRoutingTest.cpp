@@ -5,6 +5,7 @@
 #include <memory>
 #include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/system/EventReader.h"
@@ -386,6 +387,65 @@ TEST(ServerRoutingOfAnyRecord, ReadsNoByteThatDidNotArrive) {
                 server->cbDtOut(record);
             }
         }
+    }
+}
+
+TEST_F(ServerRouting, MessagesForVirtualUnitsBeyondTheLinksQueueAreLostSilently) {
+    constexpr std::size_t room = 512;
+    OutputCapture output;
+    connectAll();
+    const std::string before = output.text();
+    std::vector<FrameBytes> expected;
+    for (std::uint16_t number = 0; number < room + 100; ++number) {
+        const auto message = makeMessage(5331, 1, flagWord);  // the link waits for each ACK
+        message->data[0] = number;
+        server->sendToEmulator(1, message);
+        if (number < room) {
+            expected.push_back(wrapped(1, *message));
+        }
+    }
+    EXPECT_EQ(before, output.text());
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    ASSERT_TRUE(waitForFrame(bench.unit(1), expected.back())) << bench.report();
+    expectOnLinkOne(expected);
+}
+
+TEST_F(ServerRouting, RecordsAndMessagesOfManyThreadsAllArrive) {
+    constexpr std::uint16_t count = 60;  // of each kind; together they fit a link's queue
+    startAll();
+    const auto inThread = [](auto call) {
+        return std::thread([call] {
+            for (std::uint16_t number = 0; number < count; ++number) {
+                call(number);
+            }
+        });
+    };
+    const auto frameOf = [](std::uint16_t id, std::uint16_t number) {
+        return UnitFrame{id, flagWord, {number}};
+    };
+    std::vector<std::thread> threads;
+    for (const std::uint16_t id : Words{5047, 8080}) {
+        threads.push_back(inThread([this, id, frameOf](std::uint16_t number) {
+            server->cbGssip(makeRecord(frameOf(id, number), trevo));
+        }));
+    }
+    threads.push_back(inThread([this](std::uint16_t number) {
+        server->sendToEmulator(1 + number % 4, makeMessage(5331, number, flagWord));
+    }));
+    threads.push_back(inThread([this, frameOf](std::uint16_t number) {
+        server->cbDtOut(makeRecord(frameOf(5120, number), halvorUnit));
+    }));
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    for (std::uint16_t number = 0; number < count; ++number) {
+        ASSERT_TRUE(waitForFrame(bench.unit(1), frameOf(5047, number))) << number;
+        ASSERT_TRUE(waitForFrame(bench.unit(1), frameOf(8080, number))) << number;
+        const auto unit = static_cast<std::uint16_t>(1 + number % 4);
+        ASSERT_TRUE(
+            waitForFrame(bench.unit(1), wrapped(unit, *makeMessage(5331, number, flagWord))))
+            << number;
+        ASSERT_TRUE(waitForFrame(bench.unit(2), frameOf(5120, number))) << number;
     }
 }
 
