@@ -23,7 +23,6 @@ constexpr const char* exitLine = "has exited. Signal: 15";
 // Between two looks at what cannot be waited for: the end of a process, the books.
 constexpr auto lookEvery = 5ms;
 
-constexpr auto streamDelay = 300ms;  // gives all peers time to hear of a schedule
 constexpr auto stopTimeout = 30s;
 constexpr auto streamEndTimeout = 5s;
 
@@ -82,6 +81,7 @@ public:
 ScenarioRunner::ScenarioRunner(Scenario scenario, Options options)
     : scenario_(std::move(scenario)),
       note_(std::move(options.note)),
+      streamDelay_(options.streamDelay),
       transport_(options.bench.settings.transport),
       begin_(Clock::now()),
       utcAhead_(std::chrono::system_clock::now().time_since_epoch() - begin_.time_since_epoch()),
@@ -405,7 +405,7 @@ void ScenarioRunner::carryOut(const action::Stream& step) {
         const double seconds = std::chrono::duration<double>(*step.length).count();
         count = std::max<std::int64_t>(std::llround(seconds * step.rate), 1);
     }
-    const auto schedule = TopicPeer::Schedule::fromNow(step.rate, count, streamDelay);
+    const auto schedule = TopicPeer::Schedule::fromNow(step.rate, count, streamDelay_);
     for (Peer& peer : peers_) {
         if (peer.peer->role() == TopicPeer::Role::EventLogger) {
             continue;

@@ -37,6 +37,9 @@ public:
         /// Told each step before it is carried out and each event when it comes, in a line of
         /// printable text, from several threads. Must not call back.
         std::function<void(const std::string& line)> note;
+        /// From the step that starts a stream to its first pair: all peers must have heard of the
+        /// schedule by then.
+        std::chrono::milliseconds streamDelay{300};
     };
 
     /// Brings up the bench. Raises as Bench does.
@@ -123,6 +126,7 @@ private:
 
     const Scenario scenario_;
     const std::function<void(const std::string&)> note_;
+    const std::chrono::milliseconds streamDelay_;
     const std::string transport_;
     const Clock::time_point begin_;
     const std::chrono::nanoseconds utcAhead_;  ///< Unix time less the steady clock's

@@ -48,6 +48,7 @@ protected:
         ScenarioRunner::Options options;
         options.bench = std::move(bench);
         options.note = [this](const std::string& line) { notes.add(line); };
+        options.streamDelay = streamDelay;
         runner = std::make_unique<ScenarioRunner>(Scenario::parse(scenario, "test"), options);
     }
 
@@ -71,6 +72,7 @@ protected:
     }
 
     TemporaryFolder scripts;
+    std::chrono::milliseconds streamDelay = ScenarioRunner::Options().streamDelay;
     Notes notes;
     std::unique_ptr<ScenarioRunner> runner;
 };
@@ -371,6 +373,7 @@ TEST_F(ScenarioRunnerTest, InterruptEndsAStreamAndTheScenarioGoesOn) {
 }
 
 TEST_F(ScenarioRunnerTest, InterruptBeforeTheFirstPairIsNoFailure) {
+    streamDelay = deadline;  // however late the interrupt comes
     prepare("start server\nexpect line up\nstream 0.1\nwait stream\nexpect solutions\n",
             script(orderly));
     std::thread later([this] {
