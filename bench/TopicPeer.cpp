@@ -28,10 +28,30 @@ const char* nameOf(TopicPeer::Role role) {
             return "ClockAndNavigator";
         case TopicPeer::Role::EventLogger:
             return "EventLogger";
+        case TopicPeer::Role::HumanInterface:
+            return "HumanInterface";
         case TopicPeer::Role::All:
             return "AllPeers";
     }
     return "";
+}
+
+/// Hands the record that the fields tell to `handler`; false when they tell none.
+template <class Record>
+bool deliver(const std::string& fields, const std::function<void(const Record&)>& handler) {
+    Record record;
+    if (!fromText(fields, record)) {
+        return false;
+    }
+    if (handler) {
+        handler(record);
+    }
+    return true;
+}
+
+template <class Record>
+std::string publishRequest(const Record& record) {
+    return "publish " + std::string(Record::topic) + " " + toText(record);
 }
 
 /// True when the line begins with `prefix`; `rest` is then what follows it.
@@ -83,6 +103,12 @@ TopicPeer::TopicPeer(Options options) : options_(std::move(options)) {
         add("--watch", EventRecord::topic);
         add("--watch", MaintenanceRecord::topic);
     }
+    if (role == Role::HumanInterface || role == Role::All) {
+        for (const std::string_view topic : {CommandRecord::topic, ResponseRecord::topic}) {
+            add("--topic", topic);
+            add("--watch", topic);
+        }
+    }
     add("--name", nameOf(role));
     child.lineHandler = [this](const std::string& line) { return takeLine(line); };
     process_ = std::make_unique<PeerProcess>(options_.program, std::move(child));
@@ -99,21 +125,10 @@ bool TopicPeer::takeReception(std::istream& words) const {
     std::string topic;
     std::string fields;
     std::getline(words >> topic, fields);
-    EventRecord event;
-    if (topic == EventRecord::topic && fromText(fields, event)) {
-        if (options_.onEvent) {
-            options_.onEvent(event);
-        }
-        return true;
-    }
-    MaintenanceRecord fault;
-    if (topic == MaintenanceRecord::topic && fromText(fields, fault)) {
-        if (options_.onMaintenance) {
-            options_.onMaintenance(fault);
-        }
-        return true;
-    }
-    return false;
+    return (topic == EventRecord::topic && deliver(fields, options_.onEvent)) ||
+           (topic == MaintenanceRecord::topic && deliver(fields, options_.onMaintenance)) ||
+           (topic == CommandRecord::topic && deliver(fields, options_.onCommand)) ||
+           (topic == ResponseRecord::topic && deliver(fields, options_.onResponse));
 }
 
 bool TopicPeer::takePublication(std::istream& words) {
@@ -134,7 +149,8 @@ bool TopicPeer::takePublication(std::istream& words) {
         keep(clock_, publication, options_.keptPublications);
         return true;
     }
-    if (topic == EventRecord::topic) {
+    if (topic == EventRecord::topic || topic == CommandRecord::topic ||
+        topic == ResponseRecord::topic) {
         return true;  // nobody asks for these
     }
     Publication<PntRecord> publication{{}, when};
@@ -162,15 +178,23 @@ bool TopicPeer::waitForWriters(int count, Duration timeout) {
 }
 
 bool TopicPeer::publish(const UtcRecord& record) {
-    return process_->request("publish " + std::string(UtcRecord::topic) + " " + toText(record));
+    return process_->request(publishRequest(record));
 }
 
 bool TopicPeer::publish(const PntRecord& record) {
-    return process_->request("publish " + std::string(PntRecord::topic) + " " + toText(record));
+    return process_->request(publishRequest(record));
 }
 
 bool TopicPeer::publish(const EventRecord& record) {
-    return process_->request("publish " + std::string(EventRecord::topic) + " " + toText(record));
+    return process_->request(publishRequest(record));
+}
+
+bool TopicPeer::publish(const CommandRecord& record) {
+    return process_->request(publishRequest(record));
+}
+
+bool TopicPeer::publish(const ResponseRecord& record) {
+    return process_->request(publishRequest(record));
 }
 
 TopicPeer::Schedule TopicPeer::Schedule::fromNow(double rate, std::int64_t count, Duration delay) {

@@ -26,9 +26,10 @@ struct Publication {
 };
 
 /// A neighbour of the server on the topics, in a process of its own: the clock device, the fusion
-/// navigator, the event logger, or several in one. The event logger reads EventLog and
-/// MaintenanceEvent, what was kept for late readers too, and can publish lines of its own, which it
-/// does not hear. All operations may be called from any thread.
+/// navigator, the event logger, the human interface, or several in one. The event logger reads
+/// EventLog and MaintenanceEvent, what was kept for late readers too, and can publish lines of its
+/// own, which it does not hear; the human interface does the same with Command and Response. All
+/// operations may be called from any thread.
 class TopicPeer {
 public:
     using Duration = std::chrono::milliseconds;
@@ -37,6 +38,7 @@ public:
         FusionNavigator,
         Both,  ///< clock device and fusion navigator
         EventLogger,
+        HumanInterface,
         All
     };
 
@@ -58,6 +60,8 @@ public:
         /// Called on the draining thread for each record that came. Must not call back.
         std::function<void(const EventRecord&)> onEvent;
         std::function<void(const MaintenanceRecord&)> onMaintenance;
+        std::function<void(const CommandRecord&)> onCommand;
+        std::function<void(const ResponseRecord&)> onResponse;
     };
 
     /// Starts the process. Raises std::system_error when it cannot run.
@@ -77,6 +81,8 @@ public:
     bool publish(const UtcRecord& record);
     bool publish(const PntRecord& record);
     bool publish(const EventRecord& record);
+    bool publish(const CommandRecord& record);
+    bool publish(const ResponseRecord& record);
 
     /// A row of records: `count` (0 for no end) instants, `rate` a second. Peers that are given
     /// the same schedule publish records with the same time tags.

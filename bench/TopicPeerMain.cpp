@@ -1,6 +1,6 @@
 // zephon-topic-peer: one participant of its own that publishes what the clock device and the
-// fusion navigator publish, and reads and writes the event log. Commands come on standard input
-// (TopicPeerProtocol.h).
+// fusion navigator publish, and reads and writes the event log, commands and their answers.
+// Requests come on standard input (TopicPeerProtocol.h).
 
 #include <algorithm>
 #include <array>
@@ -11,10 +11,11 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fastdds/dds/log/Log.hpp>
@@ -34,6 +35,7 @@
 #include <fastrtps/subscriber/SubscriberListener.h>
 #include <fastrtps/utils/IPLocator.h>
 
+#include "aspn2_msgs/CommandResponse.h"
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/MeridanePNT.h"
@@ -123,6 +125,16 @@ idl::EventLog makeMessage(const EventRecord& plain) {
     return message;
 }
 
+idl::CommandResponse makeMessage(const CommandFields& plain) {
+    idl::CommandResponse message;
+    message.header(makeHeader(plain.header));
+    message.commanded_device_id(static_cast<std::int32_t>(plain.commandedDeviceId));
+    message.command_identifier(static_cast<std::int32_t>(plain.identifier));
+    message.command_response_type(static_cast<idl::command_response_type_enum>(plain.type));
+    message.command_response(plain.text);
+    return message;
+}
+
 RecordHeader plainHeader(const idl::header& header) {
     const idl::timestamp& valid = header.timestamp_valid();
     const idl::timestamp& arrival = header.timestamp_arrival();
@@ -145,6 +157,32 @@ MaintenanceRecord plainRecord(const idl::MaintenanceEvent& message) {
             message.category_id(),         message.location_id(),
             message.outcome_id(),          message.repeat_in_seconds(),
             textOf(message.identity()),    textOf(message.description())};
+}
+
+CommandFields plainRecord(const idl::CommandResponse& message) {
+    return {plainHeader(message.header()), message.commanded_device_id(),
+            message.command_identifier(), message.command_response_type(),
+            message.command_response()};
+}
+
+/// What the record of a topic is called.
+std::string recordType(std::string_view topic) {
+    const bool command = topic == CommandRecord::topic || topic == ResponseRecord::topic;
+    return "aspn2_msgs::idl::" + std::string(command ? "CommandResponse" : topic);
+}
+
+/// Calls `action` with a fresh record of the topic; false when none is published here.
+template <class Action>
+bool withRecordOf(std::string_view topic, Action action) {
+    const auto attempt = [&](auto record) {
+        const bool same = topic == decltype(record)::topic;
+        if (same) {
+            action(record);
+        }
+        return same;
+    };
+    return attempt(UtcRecord()) || attempt(PntRecord()) || attempt(EventRecord()) ||
+           attempt(CommandRecord()) || attempt(ResponseRecord());
 }
 
 /// The participant with the transport of this side of the wire.
@@ -222,7 +260,7 @@ public:
         : name_(name), bestEffort_(options.bestEffort), matches_(*participant) {
         rtps::PublisherAttributes attributes;
         attributes.topic.topicName = name;
-        attributes.topic.topicDataType = "aspn2_msgs::idl::" + name;
+        attributes.topic.topicDataType = recordType(name);
         attributes.topic.topicKind = rtps::rtps::NO_KEY;
         attributes.topic.historyQos.kind = rtps::KEEP_LAST_HISTORY_QOS;
         attributes.topic.historyQos.depth = options.historyDepth;
@@ -258,19 +296,10 @@ public:
         if (bestEffort_) {
             return true;
         }
-        if (name_ == UtcRecord::topic) {
-            UtcRecord nobody;
+        withRecordOf(name_, [this](auto nobody) {
             nobody.header.source = 0;
             write(nobody);
-        } else if (name_ == EventRecord::topic) {
-            EventRecord nobody;
-            nobody.header.source = 0;
-            write(nobody);
-        } else {
-            PntRecord nobody;
-            nobody.header.source = 0;
-            write(nobody);
-        }
+        });
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
             std::max(deadline - Clock::now(), Clock::duration::zero()));
         return publisher_->wait_for_all_acked(
@@ -308,14 +337,13 @@ private:
 };
 
 /// Reads one topic and reports what others publish on it.
-template <class Message>
 class Watch : public rtps::SubscriberListener {
 public:
-    Watch(rtps::Participant* participant, const Options& options, std::string_view name)
-        : name_(name), matches_(*participant) {
+    Watch(rtps::Participant* participant, const Options& options, const std::string& name)
+        : name_(name), take_(takeFor(name)), matches_(*participant) {
         rtps::SubscriberAttributes attributes;
         attributes.topic.topicName = name_;
-        attributes.topic.topicDataType = "aspn2_msgs::idl::" + name_;
+        attributes.topic.topicDataType = recordType(name_);
         attributes.topic.topicKind = rtps::rtps::NO_KEY;
         attributes.topic.historyQos.kind = rtps::KEEP_LAST_HISTORY_QOS;
         attributes.topic.historyQos.depth = options.historyDepth;
@@ -333,17 +361,7 @@ public:
         matches_.take(info);
     }
 
-    void onNewDataMessage(rtps::Subscriber* subscriber) override {
-        Message message;
-        rtps::SampleInfo_t info;
-        while (subscriber->takeNextData(&message, &info)) {
-            if (info.sampleKind == rtps::rtps::ALIVE &&
-                !matches_.isOwn(info.sample_identity.writer_guid())) {
-                say(std::string(peerProtocol::received) + name_ + " " +
-                    toText(plainRecord(message)));
-            }
-        }
-    }
+    void onNewDataMessage(rtps::Subscriber* subscriber) override { (this->*take_)(*subscriber); }
 
     /// Empty once the topic has `count` writers, or what is missing.
     std::string waitForWriters(int count, Clock::time_point deadline) {
@@ -353,23 +371,45 @@ public:
     }
 
 private:
+    using Take = void (Watch::*)(rtps::Subscriber&);
+
+    static Take takeFor(std::string_view topic) {
+        if (topic == EventRecord::topic) {
+            return &Watch::takeAll<idl::EventLog>;
+        }
+        return topic == MaintenanceRecord::topic ? &Watch::takeAll<idl::MaintenanceEvent>
+                                                 : &Watch::takeAll<idl::CommandResponse>;
+    }
+
+    template <class Message>
+    void takeAll(rtps::Subscriber& subscriber) {
+        Message message;
+        rtps::SampleInfo_t info;
+        while (subscriber.takeNextData(&message, &info)) {
+            if (info.sampleKind == rtps::rtps::ALIVE &&
+                !matches_.isOwn(info.sample_identity.writer_guid())) {
+                say(std::string(peerProtocol::received) + name_ + " " +
+                    toText(plainRecord(message)));
+            }
+        }
+    }
+
     const std::string name_;
+    const Take take_;
     Matches matches_;
 };
 
-/// What the program reads.
-struct Watches {
-    std::optional<Watch<idl::EventLog>> events;
-    std::optional<Watch<idl::MaintenanceEvent>> faults;
+using Watches = std::vector<std::unique_ptr<Watch>>;
 
-    std::string waitForWriters(int count, Clock::time_point deadline) {
-        std::string failure = events ? events->waitForWriters(count, deadline) : "";
-        if (failure.empty() && faults) {
-            failure = faults->waitForWriters(count, deadline);
+std::string waitForWriters(const Watches& watches, int count, Clock::time_point deadline) {
+    for (const auto& watch : watches) {
+        std::string failure = watch->waitForWriters(count, deadline);
+        if (!failure.empty()) {
+            return failure;
         }
-        return failure;
     }
-};
+    return {};
+}
 
 /// The running schedule, on a thread of its own.
 class Schedule {
@@ -408,12 +448,12 @@ private:
                 }
             }
             for (const auto& topic : topics_) {
-                if (topic->name() == EventRecord::topic) {
+                const bool clock = topic->name() == UtcRecord::topic;
+                if (!clock && topic->name() != PntRecord::topic) {
                     continue;
                 }
-                const bool written = topic->name() == UtcRecord::topic
-                                         ? topic->publish(clockAt(utc + offset))
-                                         : topic->publish(navigatorAt(utc + offset));
+                const bool written = clock ? topic->publish(clockAt(utc + offset))
+                                           : topic->publish(navigatorAt(utc + offset));
                 if (!written) {
                     std::cerr << "cannot publish " << topic->name() << std::endl;
                 }
@@ -430,13 +470,16 @@ private:
 };
 
 /// Publishes the record that the text tells; empty or why not.
-template <class Record>
 std::string publishText(Topic& topic, const std::string& fields) {
-    Record record;
-    if (!fromText(fields, record)) {
-        return "cannot read the fields";
-    }
-    return topic.publish(record) ? "" : "the transport refused the record";
+    std::string failure;
+    withRecordOf(topic.name(), [&](auto record) {
+        if (!fromText(fields, record)) {
+            failure = "cannot read the fields";
+        } else if (!topic.publish(record)) {
+            failure = "the transport refused the record";
+        }
+    });
+    return failure;
 }
 
 /// Carries out one request; the text is empty or tells why it failed.
@@ -450,7 +493,7 @@ std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& top
         words >> count >> milliseconds;
         const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
         if (verb == "writers") {
-            return watches.waitForWriters(count, deadline);
+            return waitForWriters(watches, count, deadline);
         }
         for (const auto& topic : topics) {
             if (!words || !topic->waitForReaders(count, deadline)) {
@@ -465,14 +508,9 @@ std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& top
         std::string fields;
         std::getline(words >> name, fields);
         for (const auto& topic : topics) {
-            if (topic->name() != name) {
-                continue;
+            if (topic->name() == name) {
+                return publishText(*topic, fields);
             }
-            if (name == UtcRecord::topic) {
-                return publishText<UtcRecord>(*topic, fields);
-            }
-            return name == PntRecord::topic ? publishText<PntRecord>(*topic, fields)
-                                            : publishText<EventRecord>(*topic, fields);
         }
         return "no topic " + name;
     }
@@ -515,14 +553,12 @@ int run(const Options& options) {
     idl::MaintenanceEventPubSubType maintenanceType;
     rtps::Domain::registerType(participant, &eventType);
     rtps::Domain::registerType(participant, &maintenanceType);
+    idl::CommandResponsePubSubType commandType;
+    rtps::Domain::registerType(participant, &commandType);
     {
         Watches watches;
         for (const std::string& name : options.watched) {
-            if (name == EventRecord::topic) {
-                watches.events.emplace(participant, options, name);
-            } else {
-                watches.faults.emplace(participant, options, name);
-            }
+            watches.push_back(std::make_unique<Watch>(participant, options, name));
         }
         std::vector<std::unique_ptr<Topic>> topics;
         for (const std::string& name : options.topics) {
@@ -554,9 +590,9 @@ int main(int argc, char** argv) {
     app.add_option("--depth", options.historyDepth, "History depth");
     app.add_flag("--best-effort", options.bestEffort, "Publish without acknowledgement");
     app.add_option("--topic", options.topics, "Topic to publish; may be given several times")
-        ->check(CLI::IsMember({"UTCTime", "MeridanePNT", "EventLog"}));
+        ->check(CLI::IsMember({"UTCTime", "MeridanePNT", "EventLog", "Command", "Response"}));
     app.add_option("--watch", options.watched, "Topic to read; may be given several times")
-        ->check(CLI::IsMember({"EventLog", "MaintenanceEvent"}));
+        ->check(CLI::IsMember({"EventLog", "MaintenanceEvent", "Command", "Response"}));
     CLI11_PARSE(app, argc, argv);
     try {
         return bench::run(options);

@@ -91,6 +91,21 @@ constexpr std::array<Field<MaintenanceRecord, std::string>, 15> maintenanceField
     {"description", &MaintenanceRecord::description},
 }};
 
+constexpr std::array<Field<CommandFields, std::string>, 12> commandFields{{
+    {"seq", &RecordHeader::sequence},
+    {"tag_sec", &RecordHeader::tagSeconds},
+    {"tag_nsec", &RecordHeader::tagNanoseconds},
+    {"source", &RecordHeader::source},
+    {"device", &RecordHeader::deviceId},
+    {"arrival_sec", &RecordHeader::arrivalSeconds},
+    {"arrival_nsec", &RecordHeader::arrivalNanoseconds},
+    {"time_code", &RecordHeader::timeCode},
+    {"commanded", &CommandFields::commandedDeviceId},
+    {"identifier", &CommandFields::identifier},
+    {"type", &CommandFields::type},
+    {"text", &CommandFields::text},
+}};
+
 template <class Record>
 std::int64_t& at(Record& record, std::int64_t RecordHeader::*member) {
     return record.header.*member;
@@ -215,6 +230,9 @@ std::string toText(const EventRecord& record) {
 std::string toText(const MaintenanceRecord& record) {
     return write(record, maintenanceFields);
 }
+std::string toText(const CommandFields& record) {
+    return write(record, commandFields);
+}
 bool fromText(std::string_view text, UtcRecord& record) {
     return read(text, record, utcFields);
 }
@@ -226,6 +244,9 @@ bool fromText(std::string_view text, EventRecord& record) {
 }
 bool fromText(std::string_view text, MaintenanceRecord& record) {
     return read(text, record, maintenanceFields);
+}
+bool fromText(std::string_view text, CommandFields& record) {
+    return read(text, record, commandFields);
 }
 
 }  // namespace bench

@@ -100,10 +100,37 @@ struct MaintenanceRecord {
     std::string description;
 };
 
+/// A command between servers, or the answer to one: the record CommandResponse, which travels on
+/// two topics.
+struct CommandFields {
+    static constexpr std::int64_t humanInterface = 48;
+    static constexpr std::int64_t command = 0;
+    static constexpr std::int64_t response = 1;
+
+    RecordHeader header{0, 0, 0, humanInterface};
+    std::int64_t commandedDeviceId = 0;  ///< whole; whose command an answer belongs to
+    std::int64_t identifier = 0;         ///< of the command, the same in its answer
+    std::int64_t type = command;         ///< 0 command, 1 response
+    std::string text;
+};
+
+/// A record of the topic Command.
+struct CommandRecord : CommandFields {
+    static constexpr std::string_view topic = "Command";
+};
+
+/// A record of the topic Response.
+struct ResponseRecord : CommandFields {
+    static constexpr std::string_view topic = "Response";
+
+    ResponseRecord() { type = response; }
+};
+
 std::string toText(const UtcRecord& record);
 std::string toText(const PntRecord& record);
 std::string toText(const EventRecord& record);
 std::string toText(const MaintenanceRecord& record);
+std::string toText(const CommandFields& record);
 
 /// Sets the fields that the text names; the others stay. False when a word is no `field=value` of
 /// the record or a value is no number.
@@ -111,6 +138,7 @@ bool fromText(std::string_view text, UtcRecord& record);
 bool fromText(std::string_view text, PntRecord& record);
 bool fromText(std::string_view text, EventRecord& record);
 bool fromText(std::string_view text, MaintenanceRecord& record);
+bool fromText(std::string_view text, CommandFields& record);
 
 /// A text as it stands behind `field=`.
 std::string encodeText(std::string_view text);

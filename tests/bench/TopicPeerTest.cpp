@@ -368,6 +368,45 @@ TEST_F(TopicPeerTest, EventLoggerHearsMaintenanceEvents) {
     EXPECT_EQ(faults[0].description, "no answer");
 }
 
+TEST_F(TopicPeerTest, HumanInterfacesHearEachOthersCommandsAndAnswers) {
+    options.role = TopicPeer::Role::HumanInterface;
+    Inbox<ResponseRecord> answers;
+    options.onResponse = [&](const ResponseRecord& answer) { answers.take(answer); };
+    TopicPeer first(options);
+    Inbox<CommandRecord> commands;
+    options.onResponse = nullptr;
+    options.onCommand = [&](const CommandRecord& command) { commands.take(command); };
+    TopicPeer second(options);
+    ASSERT_TRUE(first.waitForReaders(1, deadline)) << first.lastFailure();
+    ASSERT_TRUE(first.waitForWriters(1, deadline)) << first.lastFailure();
+    CommandRecord command;
+    command.header.setTag(5'000'000'006);
+    command.identifier = 4711;
+    command.text = "INIT_HOTSTART,1";
+    ASSERT_TRUE(first.publish(command)) << first.lastFailure();
+    const auto heard = commands.wait(2);  // behind the record of no source that waiting needs
+    ASSERT_EQ(heard.size(), 2U);
+    EXPECT_EQ(heard[0].header.source, 0);
+    EXPECT_EQ(heard[1].header.source, CommandRecord::humanInterface);
+    EXPECT_EQ(heard[1].header.tag(), 5'000'000'006);
+    EXPECT_EQ(heard[1].header.sequence, 1);
+    EXPECT_EQ(heard[1].commandedDeviceId, 0);
+    EXPECT_EQ(heard[1].identifier, 4711);
+    EXPECT_EQ(heard[1].type, CommandRecord::command);
+    EXPECT_EQ(heard[1].text, command.text);
+    ResponseRecord answer;
+    answer.commandedDeviceId = heard[1].header.deviceId;
+    answer.identifier = heard[1].identifier;
+    answer.text = "INIT_HOTSTART_ACK";
+    ASSERT_TRUE(second.publish(answer)) << second.lastFailure();
+    const auto back = answers.wait(1);
+    ASSERT_EQ(back.size(), 1U);
+    EXPECT_EQ(back[0].commandedDeviceId, 48 << 16);
+    EXPECT_EQ(back[0].identifier, 4711);
+    EXPECT_EQ(back[0].type, ResponseRecord::response);
+    EXPECT_EQ(back[0].text, answer.text);
+}
+
 TEST_F(TopicPeerTest, StopsARunWithoutEnd) {
     TopicPeer peer(options);
     ASSERT_TRUE(peer.run(TopicPeer::Schedule::fromNow(100, 0, 0ms)));

@@ -89,6 +89,24 @@ TEST(TopicRecords, RefusesTextsWithBrokenCodes) {
     EXPECT_FALSE(fromText("text=two words", record));
 }
 
+TEST(TopicRecords, CommandsAndAnswersComeBackExactly) {
+    CommandRecord record;
+    EXPECT_EQ(record.header.source, 48);
+    EXPECT_EQ(record.type, 0);
+    EXPECT_EQ(ResponseRecord().type, 1);
+    ASSERT_TRUE(fromText("source=38 commanded=53559296 identifier=-7 type=1 text=A,B%20C", record));
+    EXPECT_EQ(record.commandedDeviceId, 53559296);
+    EXPECT_EQ(record.identifier, -7);
+    EXPECT_EQ(record.text, "A,B C");
+    EXPECT_EQ(toText(record),
+              "seq=0 tag_sec=0 tag_nsec=0 source=38 device=0 arrival_sec=0 arrival_nsec=0 "
+              "time_code=0 commanded=53559296 identifier=-7 type=1 text=A,B%20C");
+    ResponseRecord other;
+    ASSERT_TRUE(fromText(toText(record), other));
+    EXPECT_EQ(toText(other), toText(record));
+    EXPECT_FALSE(fromText("identity=1", record));
+}
+
 TEST(TopicRecords, MaintenanceTextComesBackExactly) {
     MaintenanceRecord record;
     ASSERT_TRUE(fromText(
