@@ -306,6 +306,17 @@ SecondsNanoseconds ToSecondsNanoseconds(double time) {
     return result;
 }
 
+float NarrowToFloat(double value) {
+    constexpr double largest = std::numeric_limits<float>::max();
+    if (std::isnan(value)) {
+        return std::numeric_limits<float>::quiet_NaN();
+    }
+    if (std::abs(value) > largest) {
+        return std::copysign(std::numeric_limits<float>::infinity(), value > 0 ? 1.0F : -1.0F);
+    }
+    return static_cast<float>(value);
+}
+
 std::array<std::uint8_t, 4> OtwSFLT::AsTeskFloat() const {
     return {static_cast<std::uint8_t>(lowByte(words_[0])),
             static_cast<std::uint8_t>(highByte(words_[0])),

@@ -89,6 +89,10 @@ struct SecondsNanoseconds {
 /// the range.
 SecondsNanoseconds ToSecondsNanoseconds(double time);
 
+/// The nearest float, also where the language leaves the result open: what lies beyond the largest
+/// float becomes an infinity, and NaN stays NaN.
+float NarrowToFloat(double value);
+
 /// The records that stand for one number in a payload: exactly its words, without padding.
 class OtwDECD {
 public:

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+#include "messages/WireNumbers.h"
+
 namespace {
 
 constexpr std::int64_t nanosecondsPerSecond = 1000000000;
@@ -13,23 +15,11 @@ constexpr std::int64_t matchWindowNs = 2000000;  // a pair lies closer together 
 constexpr std::uint16_t storedFlagBits = 0x01CC;
 constexpr std::uint16_t assuranceBits = 0x000C;
 
-/// Narrows with IEEE rules also where the language leaves the result open.
-float toFloat(double value) {
-    constexpr double largest = std::numeric_limits<float>::max();
-    if (std::isnan(value)) {
-        return std::numeric_limits<float>::quiet_NaN();
-    }
-    if (std::abs(value) > largest) {
-        return std::copysign(std::numeric_limits<float>::infinity(), value > 0 ? 1.0F : -1.0F);
-    }
-    return static_cast<float>(value);
-}
-
 float timeErrorOf(double variance) {
     if (!std::isfinite(variance) || variance < 0) {
         return std::numeric_limits<float>::infinity();
     }
-    return toFloat(std::sqrt(variance));
+    return NarrowToFloat(std::sqrt(variance));
 }
 
 }  // namespace
@@ -50,19 +40,19 @@ void FusedSolution::store(aspn2_msgs::idl::MeridanePNT const& record) {
     ecefPosX_ = record.ECEF_Pos_X();
     ecefPosY_ = record.ECEF_Pos_Y();
     ecefPosZ_ = record.ECEF_Pos_Z();
-    ecefVelX_ = toFloat(record.ECEF_Vel_X());
-    ecefVelY_ = toFloat(record.ECEF_Vel_Y());
-    ecefVelZ_ = toFloat(record.ECEF_Vel_Z());
-    roll_ = toFloat(record.Roll());
-    pitch_ = toFloat(record.Pitch());
-    heading_ = toFloat(record.Heading());
-    horzVelError_ = toFloat(record.Horz_Vel_Error());
-    vertVelError_ = toFloat(record.Vert_VelError());
-    vertPosError_ = toFloat(record.Vert_PosError());
-    horzPosError_ = toFloat(record.Horz_PosError());
-    headingError_ = toFloat(record.Heading_Error());
-    pitchError_ = toFloat(record.Pitch_Error());
-    rollError_ = toFloat(record.Roll_Error());
+    ecefVelX_ = NarrowToFloat(record.ECEF_Vel_X());
+    ecefVelY_ = NarrowToFloat(record.ECEF_Vel_Y());
+    ecefVelZ_ = NarrowToFloat(record.ECEF_Vel_Z());
+    roll_ = NarrowToFloat(record.Roll());
+    pitch_ = NarrowToFloat(record.Pitch());
+    heading_ = NarrowToFloat(record.Heading());
+    horzVelError_ = NarrowToFloat(record.Horz_Vel_Error());
+    vertVelError_ = NarrowToFloat(record.Vert_VelError());
+    vertPosError_ = NarrowToFloat(record.Vert_PosError());
+    horzPosError_ = NarrowToFloat(record.Horz_PosError());
+    headingError_ = NarrowToFloat(record.Heading_Error());
+    pitchError_ = NarrowToFloat(record.Pitch_Error());
+    rollError_ = NarrowToFloat(record.Roll_Error());
     const auto assurance = static_cast<std::uint32_t>(record.MX_PNT_Solution_Assurance());
     solutionFlags_ = static_cast<std::uint16_t>((solutionFlags_ & ~assuranceBits) |
                                                 ((assurance << 2U) & assuranceBits));

@@ -24,6 +24,7 @@
 #include "face/MX_TypedTS.h"
 #include "ioss_mcsq/GssipMcsq.h"
 #include "platform/Mutex.h"
+#include "zephon/AltNavSolution.h"
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
 #include "zephon/ServerParameters.h"
@@ -35,7 +36,8 @@ struct Trevo5044Record;
 /// One thread, main's, drives the life cycle; `cb...` members run on the transport's listener
 /// threads, on the queue service's thread and, for what a link has put on a queue, on that link's
 /// read thread: several at a time. They return at once unless the server is running. Lock order:
-/// the solution lock, then the link table, then a link's queue.
+/// the lock of one join (solution, alternate navigation; never two of them), then the link table,
+/// then a link's queue.
 class ZephonServer
     : public FACE::LCM::Initializable::InitializableInstance,
       public FACE::LCM::Configurable::ConfigurableInstance,
@@ -93,6 +95,7 @@ public:
 
     void cbMxPnt(aspn2_msgs::idl::MeridanePNT const& record);
     void cbPosVel(aspn2_msgs::idl::PositionVelocity const& record);
+    void cbGpsTime(aspn2_msgs::idl::GPSTime const& record);
     void cbUtcTime(aspn2_msgs::idl::UTCTime const& record);
 
     // ---- Receiver status (ZephonServerReceiverStatus.cpp), listener threads -------------
@@ -160,6 +163,9 @@ private:
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);
     void handleMeridanePNTMessage(aspn2_msgs::idl::MeridanePNT const& record);
     void checkIfReceivedBoth();
+    void handleAltNavPv(aspn2_msgs::idl::PositionVelocity const& record);
+    void handleAltNavGpsTime(aspn2_msgs::idl::GPSTime const& record);
+    void checkForAltNavPvt();
 
     // Constant after construction.
     const unsigned char serverId_;
@@ -178,6 +184,9 @@ private:
 
     platform::Mutex solutionMutex_;
     FusedSolution solution_ GUARDED_BY(solutionMutex_);
+
+    platform::Mutex altNavMutex_;
+    AltNavSolution altNav_ GUARDED_BY(altNavMutex_);
 
     // Owned here, self-synchronised. The destructor gives them up in an order of its own.
     std::shared_ptr<FACE::MX_Config> transportConfig_;

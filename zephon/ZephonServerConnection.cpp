@@ -203,7 +203,7 @@ bool ZephonServer::registerTopics() {
     if (!receiveUnread(commandResponseTs_, topics_.command) ||
         !receiveUnread(commandResponseTs_, topics_.response) ||
         !receive(eventLogTs_, topics_.eventLog, &ZephonServer::cbEventLog) ||
-        !receiveUnread(gpsTimeTs_, topics_.gpsTime) ||
+        !receive(gpsTimeTs_, topics_.gpsTime, &ZephonServer::cbGpsTime) ||
         !receive(meridanePntTs_, topics_.meridanePnt, &ZephonServer::cbMxPnt) ||
         !receive(positionVelocityTs_, topics_.positionVelocity, &ZephonServer::cbPosVel) ||
         !receive(utcTimeTs_, topics_.utcTime, &ZephonServer::cbUtcTime) ||

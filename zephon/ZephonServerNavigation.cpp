@@ -7,26 +7,41 @@ namespace idl = aspn2_msgs::idl;
 namespace {
 
 constexpr unsigned char clockDevice = 36;
+constexpr unsigned char altNavigation = 38;
 constexpr unsigned char fusionNavigator = 96;
+
+unsigned char sourceOf(idl::header const& header) {
+    return ASPN2::serverIdOf(static_cast<std::uint32_t>(header.device_id()));
+}
 
 }  // namespace
 
 void ZephonServer::cbMxPnt(idl::MeridanePNT const& record) {
-    if (isRunning() && ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id())) ==
-                           fusionNavigator) {
+    if (isRunning() && sourceOf(record.header()) == fusionNavigator) {
         handleMeridanePNTMessage(record);
     }
 }
 
-void ZephonServer::cbPosVel(idl::PositionVelocity const& /*record*/) {
-    if (isRunning() && config_.debug) {
+void ZephonServer::cbPosVel(idl::PositionVelocity const& record) {
+    if (!isRunning()) {
+        return;
+    }
+    if (config_.debug) {
         std::cout << std::string("Recvd PosVel\n") << std::flush;
+    }
+    if (sourceOf(record.header()) == altNavigation) {
+        handleAltNavPv(record);
+    }
+}
+
+void ZephonServer::cbGpsTime(idl::GPSTime const& record) {
+    if (isRunning() && sourceOf(record.header()) == altNavigation) {
+        handleAltNavGpsTime(record);
     }
 }
 
 void ZephonServer::cbUtcTime(idl::UTCTime const& record) {
-    if (isRunning() &&
-        ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id())) == clockDevice) {
+    if (isRunning() && sourceOf(record.header()) == clockDevice) {
         handleUTCTimeMessage(record);
     }
 }
@@ -51,6 +66,30 @@ void ZephonServer::checkIfReceivedBoth() {
     // Sent under the lock, so that outputs leave in the order of their joins.
     const platform::MutexLock lock(solutionMutex_);
     if (const auto output = solution_.takeOutput()) {
+        sendToAllEmulators(output);
+    }
+}
+
+void ZephonServer::handleAltNavPv(idl::PositionVelocity const& record) {
+    {
+        const platform::MutexLock lock(altNavMutex_);
+        altNav_.store(record);
+    }
+    checkForAltNavPvt();
+}
+
+void ZephonServer::handleAltNavGpsTime(idl::GPSTime const& record) {
+    {
+        const platform::MutexLock lock(altNavMutex_);
+        altNav_.store(record);
+    }
+    checkForAltNavPvt();
+}
+
+void ZephonServer::checkForAltNavPvt() {
+    // Sent under the lock, so that outputs leave in the order of their joins.
+    const platform::MutexLock lock(altNavMutex_);
+    if (const auto output = altNav_.takeOutput()) {
         sendToAllEmulators(output);
     }
 }

@@ -610,3 +610,21 @@ TEST(ToSecondsNanoseconds, StaysInTheRangeOf64Bits) {
     expectTime(-infinity, std::numeric_limits<std::int64_t>::min(), 0);
     expectTime(-9223372036854775808.0, std::numeric_limits<std::int64_t>::min(), 0);
 }
+
+TEST(NarrowToFloat, GivesTheNearestFloat) {
+    EXPECT_EQ(1.5F, NarrowToFloat(1.5));
+    EXPECT_EQ(0.1F, NarrowToFloat(0.1));
+    EXPECT_EQ(0.0F, NarrowToFloat(1e-300));
+    EXPECT_TRUE(std::signbit(NarrowToFloat(-0.0)));
+    EXPECT_EQ(-std::numeric_limits<float>::max(),
+              NarrowToFloat(-double{std::numeric_limits<float>::max()}));
+}
+
+TEST(NarrowToFloat, GivesAnInfinityBeyondTheLargestFloat) {
+    constexpr float infinite = std::numeric_limits<float>::infinity();
+    EXPECT_EQ(infinite, NarrowToFloat(1e300));
+    EXPECT_EQ(-infinite, NarrowToFloat(-1e300));
+    EXPECT_EQ(infinite, NarrowToFloat(infinity));
+    EXPECT_EQ(-infinite, NarrowToFloat(-infinity));
+    EXPECT_TRUE(std::isnan(NarrowToFloat(notANumber)));
+}

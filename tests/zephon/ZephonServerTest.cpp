@@ -14,6 +14,7 @@ using namespace std::chrono_literals;
 namespace idl = aspn2_msgs::idl;
 
 constexpr std::uint16_t solution = 15050;
+constexpr std::uint16_t altNavigation = 15052;
 constexpr std::uint16_t startedCommand = 27530;
 
 // Written down a second time on purpose: the server's own lists are what is tested.
@@ -42,6 +43,31 @@ protected:
         server->cbUtcTime(utc);
         server->cbMxPnt(pnt);
     }
+
+    static idl::PositionVelocity positionOf(std::int32_t source, std::int64_t second = 0) {
+        idl::PositionVelocity record;
+        record.header().device_id(source << 16);
+        record.header().timestamp_valid().sec(second);
+        record.position().latitude(static_cast<double>(second));
+        return record;
+    }
+    /// The GPS time that goes with the position of this second.
+    static idl::GPSTime timeFor(std::int32_t source, std::int64_t second = 0) {
+        idl::GPSTime record;
+        record.header().device_id(source << 16);
+        record.header().timestamp_valid().sec(second + 1);
+        return record;
+    }
+    /// Waits until what was sent so far has come out of link 1, and expects so many messages of
+    /// the alternate navigation among it.
+    void expectAltNavigation(std::size_t count) {
+        server->sendToAllEmulators(headerOnly(++mark_));
+        ASSERT_TRUE(bench.unit(1).waitForFrames(mark_, 1, 10s)) << bench.report();
+        EXPECT_EQ(count, bench.unit(1).frames(altNavigation).size()) << bench.report();
+    }
+
+private:
+    std::uint16_t mark_ = 5120;  // to 5128: the link waits for no response
 };
 
 TEST_F(ZephonServerTest, InitializeAndFinalizeAnswerNoAction) {
@@ -240,6 +266,86 @@ TEST_F(ZephonServerTest, MakesOneOutputOfTwoSidesThatRace) {
     server->sendToAllEmulators(headerOnly(15051));
     ASSERT_TRUE(bench.unit(1).waitForFrames(15051, 1, 10s)) << bench.report();
     EXPECT_EQ(pairs, bench.unit(1).frames(solution).size());
+}
+
+TEST_F(ZephonServerTest, SendsTheAlternateNavigationToLinkOne) {
+    startAll();
+    server->cbPosVel(positionOf(38, 7));
+    expectAltNavigation(0);
+    server->cbGpsTime(timeFor(38, 7));
+    expectAltNavigation(1);
+    const auto frame = bench.unit(1).frames(altNavigation)[0].frame;
+    EXPECT_EQ(0x9000, frame.flags);
+    ASSERT_EQ(44U, frame.data.size());
+    EXPECT_EQ(0x401C, frame.data[9]) << "the latitude, 7.0";
+    server->cbGpsTime(timeFor(38, 8));
+    server->cbPosVel(positionOf(38, 8));
+    expectAltNavigation(2);
+}
+
+TEST_F(ZephonServerTest, JoinsNoAlternateNavigationOfTheSameSecond) {
+    startAll();
+    server->cbPosVel(positionOf(38, 7));
+    server->cbGpsTime(timeFor(38, 6));
+    expectAltNavigation(0);
+}
+
+TEST_F(ZephonServerTest, JoinsNoAlternateNavigationOfOtherSources) {
+    startAll();
+    for (const std::int32_t source : {0, 36, 37, 39, 96, 255}) {
+        server->cbPosVel(positionOf(source));
+        server->cbGpsTime(timeFor(38));
+        server->cbGpsTime(timeFor(source, 1));
+    }
+    expectAltNavigation(0);
+    // None of them has replaced the last time of the device itself.
+    server->cbPosVel(positionOf(38));
+    for (const std::int32_t source : {0, 36, 37, 39, 96, 255}) {
+        server->cbPosVel(positionOf(source, 1));
+        server->cbGpsTime(timeFor(source, 1));
+    }
+    expectAltNavigation(1);
+}
+
+TEST_F(ZephonServerTest, ReadsTheSourceOfTheAlternateNavigationFromTheThirdByteOfTheDeviceId) {
+    startAll();
+    auto position = positionOf(38);
+    position.header().device_id(static_cast<std::int32_t>(0xFF26FFFFU));
+    auto time = timeFor(38);
+    time.header().device_id(static_cast<std::int32_t>(0x80260001U));
+    server->cbPosVel(position);
+    server->cbGpsTime(time);
+    expectAltNavigation(1);
+}
+
+TEST_F(ZephonServerTest, StoresNoAlternateNavigationUnlessItIsRunning) {
+    connectAll();
+    server->cbPosVel(positionOf(38));
+    server->cbGpsTime(timeFor(38));
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    server->cbPosVel(positionOf(38));
+    expectAltNavigation(0);
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
+    server->cbGpsTime(timeFor(38));
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    expectAltNavigation(0);
+    // What was stored before the stop is still there.
+    server->cbGpsTime(timeFor(38));
+    expectAltNavigation(1);
+}
+
+TEST_F(ZephonServerTest, MakesOneAlternateNavigationOfTwoSidesThatRace) {
+    startAll();
+    constexpr std::int64_t pairs = 50;
+    for (std::int64_t pair = 1; pair <= pairs; ++pair) {
+        auto time =
+            std::async(std::launch::async, [&] { server->cbGpsTime(timeFor(38, 10 * pair)); });
+        server->cbPosVel(positionOf(38, 10 * pair));
+        time.get();
+        ASSERT_TRUE(bench.unit(1).waitForFrames(altNavigation, static_cast<std::size_t>(pair), 10s))
+            << bench.report();
+    }
+    expectAltNavigation(pairs);
 }
 
 TEST_F(ZephonServerTest, WaitsForNoResponseToTheListedMessages) {
