@@ -85,6 +85,21 @@ double secondsBetween(const timestamp& before, const timestamp& after) {
            scale;
 }
 
+std::chrono::nanoseconds nanosecondsBetween(const timestamp& before, const timestamp& after) {
+    std::int64_t seconds = 0;
+    if (__builtin_sub_overflow(after.sec, before.sec, &seconds)) {
+        return after.sec < before.sec ? std::chrono::nanoseconds::min()
+                                      : std::chrono::nanoseconds::max();
+    }
+    std::int64_t total = 0;
+    const std::int64_t rest = std::int64_t{after.nsec} - std::int64_t{before.nsec};
+    if (__builtin_mul_overflow(seconds, nanosecondsPerSecond, &total) ||
+        __builtin_add_overflow(total, rest, &total)) {
+        return seconds < 0 ? std::chrono::nanoseconds::min() : std::chrono::nanoseconds::max();
+    }
+    return std::chrono::nanoseconds(total);
+}
+
 timestamp validityOf(const aspn2_msgs::idl::header& of) {
     return plain(of.timestamp_valid());
 }

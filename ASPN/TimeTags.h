@@ -66,6 +66,9 @@ timestamp timestampOf(std::chrono::nanoseconds time);
 /// about 16 digits for every pair of stamps; the time codes are not looked at.
 double secondsBetween(const timestamp& before, const timestamp& after);
 
+/// The same exactly; the nearest end of the range when it is longer than 64 bits can tell.
+std::chrono::nanoseconds nanosecondsBetween(const timestamp& before, const timestamp& after);
+
 /// The stamps of either header type as one.
 inline const timestamp& validityOf(const header& of) {
     return of.timestamp_valid;

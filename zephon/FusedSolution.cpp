@@ -1,5 +1,6 @@
 #include "zephon/FusedSolution.h"
 
+#include <chrono>
 #include <cmath>
 #include <limits>
 
@@ -7,8 +8,9 @@
 
 namespace {
 
-constexpr std::int64_t nanosecondsPerSecond = 1000000000;
-constexpr std::int64_t matchWindowNs = 2000000;  // a pair lies closer together than this
+using namespace std::chrono_literals;
+
+constexpr std::chrono::nanoseconds matchWindow = 2ms;  // a pair lies closer together than this
 
 // Bits of the flags that the store decides: solution assurance (2, 3) and bits 6, 7, 8. The
 // others keep the message's default.
@@ -25,8 +27,7 @@ float timeErrorOf(double variance) {
 }  // namespace
 
 void FusedSolution::store(aspn2_msgs::idl::UTCTime const& record) {
-    auto const& valid = record.header().timestamp_valid();
-    utcTimeTag_ = {valid.sec(), valid.nsec()};
+    utcTimeTag_ = ASPN2::validityOf(record.header());
     gpsWeek_ = static_cast<std::uint16_t>(record.gps_week());
     utcTodSeconds_ = record.utc_tod_sec() + record.utc_tod_nsec() * 1e-9;
     gpsTowSeconds_ = record.gps_tow_sec() + record.gps_tow_nsec() * 1e-9;
@@ -35,8 +36,7 @@ void FusedSolution::store(aspn2_msgs::idl::UTCTime const& record) {
 }
 
 void FusedSolution::store(aspn2_msgs::idl::MeridanePNT const& record) {
-    auto const& valid = record.header().timestamp_valid();
-    pntTimeTag_ = {valid.sec(), valid.nsec()};
+    pntTimeTag_ = ASPN2::validityOf(record.header());
     ecefPosX_ = record.ECEF_Pos_X();
     ecefPosY_ = record.ECEF_Pos_Y();
     ecefPosZ_ = record.ECEF_Pos_Z();
@@ -59,20 +59,9 @@ void FusedSolution::store(aspn2_msgs::idl::MeridanePNT const& record) {
     pntReceived_ = true;
 }
 
-bool FusedSolution::isSameInstant(TimeTag const& a, TimeTag const& b) {
-    // Tags come from the wire: their seconds may lie anywhere, so they are looked at before
-    // they are multiplied. Five seconds cover what any 32-bit nanoseconds can make up for.
-    std::int64_t seconds = 0;
-    if (__builtin_sub_overflow(a.sec, b.sec, &seconds) || seconds > 5 || seconds < -5) {
-        return false;
-    }
-    const std::int64_t nanoseconds =
-        seconds * nanosecondsPerSecond + (std::int64_t{a.nsec} - std::int64_t{b.nsec});
-    return nanoseconds < matchWindowNs && nanoseconds > -matchWindowNs;
-}
-
 std::shared_ptr<OstrelPvtOutput> FusedSolution::takeOutput() {
-    if (!utcReceived_ || !pntReceived_ || !isSameInstant(utcTimeTag_, pntTimeTag_)) {
+    const auto apart = ASPN2::nanosecondsBetween(utcTimeTag_, pntTimeTag_);
+    if (!utcReceived_ || !pntReceived_ || apart <= -matchWindow || apart >= matchWindow) {
         return nullptr;
     }
     ++solutionCount_;

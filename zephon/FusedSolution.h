@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "ASPN/TimeTags.h"
 #include "aspn2_msgs/MeridanePNT.h"
 #include "aspn2_msgs/UTCTime.h"
 #include "messages/OutputMessages.h"
@@ -35,12 +36,6 @@ public:
     std::uint32_t solutionCount() const { return solutionCount_; }
 
 private:
-    struct TimeTag {
-        std::int64_t sec = 0;
-        std::int32_t nsec = 0;
-    };
-
-    static bool isSameInstant(TimeTag const& a, TimeTag const& b);
     void fillReceiverStatus(OstrelPvtOutput& output);
 
     // In the order of the output: seconds, metres, metres per second, radians.
@@ -58,7 +53,7 @@ private:
 
     bool utcReceived_ = false;
     bool pntReceived_ = false;
-    TimeTag utcTimeTag_;
-    TimeTag pntTimeTag_;
+    ASPN2::timestamp utcTimeTag_;
+    ASPN2::timestamp pntTimeTag_;
     std::uint32_t solutionCount_ = 0;
 };

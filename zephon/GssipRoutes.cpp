@@ -28,7 +28,7 @@ constexpr std::array<GssipRoute, 0> halvorRoutes{};
 constexpr std::array trevoRoutes{
     GssipRoute{5047, nullptr, copied}, GssipRoute{5048, nullptr, copied},
     GssipRoute{5406, nullptr, copied}, GssipRoute{8040, nullptr, copied},
-    GssipRoute{8080, nullptr, copied},
+    GssipRoute{8080, nullptr, copied}, GssipRoute{8504, &ZephonServer::handleTV_Block8504, taken},
 };
 
 template <std::size_t Count>

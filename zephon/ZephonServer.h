@@ -27,7 +27,9 @@
 #include "zephon/AltNavSolution.h"
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
+#include "zephon/PartNumbers.h"
 #include "zephon/ServerParameters.h"
+#include "zephon/TimeMark.h"
 
 struct Trevo5044Record;
 
@@ -36,8 +38,8 @@ struct Trevo5044Record;
 /// One thread, main's, drives the life cycle; `cb...` members run on the transport's listener
 /// threads, on the queue service's thread and, for what a link has put on a queue, on that link's
 /// read thread: several at a time. They return at once unless the server is running. Lock order:
-/// the lock of one join (solution, alternate navigation; never two of them), then the link table,
-/// then a link's queue.
+/// the lock of one join (solution, time mark, alternate navigation) or the version lock, never two
+/// of them, then the link table, then a link's queue.
 class ZephonServer
     : public FACE::LCM::Initializable::InitializableInstance,
       public FACE::LCM::Configurable::ConfigurableInstance,
@@ -82,6 +84,7 @@ public:
     void handleZP_Block5001(aspn2_msgs::idl::GSSIP const& record);
     void handleZP_Block5044(aspn2_msgs::idl::GSSIP const& record);
     void handleZP_Block27553(aspn2_msgs::idl::GSSIP const& record);
+    void handleTV_Block8504(aspn2_msgs::idl::GSSIP const& record) EXCLUDES(statusMutex_);
     /// Queues a message for all virtual units, unchanged, on link 1.
     void sendToAllEmulators(std::shared_ptr<GssipMessage> const& message);
     /// Queues a message for one virtual unit, 1 to 4, in a wrapper on link 1; any other number
@@ -167,6 +170,17 @@ private:
     void handleAltNavGpsTime(aspn2_msgs::idl::GPSTime const& record);
     void checkForAltNavPvt();
 
+    // Time mark and part numbers (ZephonServerTimeMark.cpp).
+    void handleGPSTimeMessageAtGpsTm(aspn2_msgs::idl::GPSTime const& record) EXCLUDES(statusMutex_);
+    void handleUTCTimeMessageAtGpsTm(aspn2_msgs::idl::UTCTime const& record) EXCLUDES(statusMutex_);
+    /// Sends the time mark when all that goes with it is there.
+    void checkIf8504_UTCTime_GPSTime() EXCLUDES(statusMutex_);
+    /// Sends the time mark, alone or with the fused time.
+    void doHoldover(bool merge) REQUIRES(statusMutex_);
+    /// Sends the part numbers, once they are known; seconds of the week.
+    void buildAndSendMXPN(double gpsTimeOfWeek) EXCLUDES(versionMutex_);
+    void handleTrevoEventLog(aspn2_msgs::idl::EventLog const& record) EXCLUDES(versionMutex_);
+
     // Constant after construction.
     const unsigned char serverId_;
     const std::string name_;
@@ -187,6 +201,15 @@ private:
 
     platform::Mutex altNavMutex_;
     AltNavSolution altNav_ GUARDED_BY(altNavMutex_);
+
+    platform::Mutex statusMutex_;
+    TimeMark timeMark_ GUARDED_BY(statusMutex_);
+
+    platform::Mutex versionMutex_;
+    PartNumbers partNumbers_ GUARDED_BY(versionMutex_);
+
+    // The box's built-in test has failed. Read by the threads that take and send time marks.
+    std::atomic<bool> bitFailed_{false};
 
     // Owned here, self-synchronised. The destructor gives them up in an order of its own.
     std::shared_ptr<FACE::MX_Config> transportConfig_;

@@ -35,14 +35,26 @@ void ZephonServer::cbPosVel(idl::PositionVelocity const& record) {
 }
 
 void ZephonServer::cbGpsTime(idl::GPSTime const& record) {
-    if (isRunning() && sourceOf(record.header()) == altNavigation) {
+    if (!isRunning()) {
+        return;
+    }
+    const unsigned char source = sourceOf(record.header());
+    if (source == altNavigation) {
         handleAltNavGpsTime(record);
+    } else if (source == fusionNavigator) {
+        handleGPSTimeMessageAtGpsTm(record);
     }
 }
 
 void ZephonServer::cbUtcTime(idl::UTCTime const& record) {
-    if (isRunning() && sourceOf(record.header()) == clockDevice) {
+    if (!isRunning()) {
+        return;
+    }
+    const unsigned char source = sourceOf(record.header());
+    if (source == clockDevice) {
         handleUTCTimeMessage(record);
+    } else if (source == fusionNavigator) {
+        handleUTCTimeMessageAtGpsTm(record);
     }
 }
 

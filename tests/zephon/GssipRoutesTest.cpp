@@ -74,7 +74,8 @@ TEST(GssipRoutes, OfTheEngine) {
                          {5048, {nullptr, true}},
                          {5406, {nullptr, true}},
                          {8040, {nullptr, true}},
-                         {8080, {nullptr, true}}});
+                         {8080, {nullptr, true}},
+                         {8504, {&ZephonServer::handleTV_Block8504, false}}});
 }
 
 TEST(GssipRoutes, DropTheEnginesNeighboursOfTheSameKind) {
