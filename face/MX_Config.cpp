@@ -2,28 +2,24 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <stdexcept>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <string_view>
 
 #include <climits>
 #include <tinyxml2.h>
+
+#include "face/DurableFile.h"
 
 namespace FACE {
 
 namespace {
 
 constexpr char const* rootName = "MX_Configurations";
-
-/// More than any settings need; keeps a wrong file name from filling the memory.
-constexpr off_t largestFile = off_t{64} * 1024 * 1024;
 
 std::string NameOf(String const& name) {
     if (!name.is_valid()) {
@@ -82,45 +78,23 @@ tinyxml2::XMLElement* Step(tinyxml2::XMLElement* element, std::string const& tag
     return element;
 }
 
-bool Load(tinyxml2::XMLDocument& document, std::string const& fileName) {
-    // Non-blocking, so that the name of a pipe does not hold the caller.
-    int const descriptor = ::open(fileName.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0) {
-        return false;
-    }
-    struct stat status {};
-    std::FILE* file = nullptr;
-    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-        status.st_size <= largestFile) {
-        file = ::fdopen(descriptor, "rb");
-    }
-    if (file == nullptr) {
-        ::close(descriptor);
-        return false;
-    }
-    tinyxml2::XMLError const error = document.LoadFile(file);
-    std::fclose(file);
-    return error == tinyxml2::XML_SUCCESS;
+bool Parse(tinyxml2::XMLDocument& document, std::string const& content) {
+    return document.Parse(content.data(), content.size()) == tinyxml2::XML_SUCCESS;
 }
 
-bool WriteAll(int descriptor, char const* data, std::size_t size) {
-    while (size > 0) {
-        ssize_t const written = ::write(descriptor, data, size);
-        if (written < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return false;
-        }
-        data += written;
-        size -= static_cast<std::size_t>(written);
-    }
-    return true;
+std::unique_ptr<tinyxml2::XMLDocument> NewDocument() {
+    return std::make_unique<tinyxml2::XMLDocument>(true, tinyxml2::Whitespace::PRESERVE_WHITESPACE);
+}
+
+/// The root's end is the last thing of a file that matters: a file cut short has none.
+bool IsWhole(std::string const& content) {
+    auto const document = NewDocument();
+    return Parse(*document, content) && document->FirstChildElement(rootName) != nullptr;
 }
 
 }  // namespace
 
-MX_Config::MX_Config() = default;
+MX_Config::MX_Config(FileCalls& calls) : calls_(calls) {}
 MX_Config::~MX_Config() = default;
 
 void MX_Config::Initialize(String const& file_name, RETURN_CODE_TYPE::Value& rc) {
@@ -131,9 +105,22 @@ void MX_Config::Initialize(String const& file_name, RETURN_CODE_TYPE::Value& rc)
     }
     rc = RETURN_CODE_TYPE::INVALID_CONFIG;
     std::string const fileName = NameOf(file_name);
-    document_ =
-        std::make_unique<tinyxml2::XMLDocument>(true, tinyxml2::Whitespace::PRESERVE_WHITESPACE);
-    if (!Load(*document_, fileName)) {
+    document_ = NewDocument();
+    DurableFile const file(fileName, IsWhole, calls_);
+    std::optional<std::string> const content = file.read();
+    bool parsed = content && Parse(*document_, *content);
+    if (!parsed || document_->FirstChildElement(rootName) == nullptr) {
+        if (std::optional<DurableFile::Recovery> const recovery = file.recover()) {
+            parsed = Parse(*document_, recovery->content);
+            if (recovery->fromSibling) {
+                std::cout << "Configuration XML - " << fileName
+                          << " Warning: Unreadable, settings taken from " << file.sibling()
+                          << (recovery->inPlace ? "" : ", which cannot be put in its place")
+                          << std::endl;
+            }
+        }
+    }
+    if (!parsed) {
         return;
     }
     tinyxml2::XMLElement const* root = document_->FirstChildElement(rootName);
@@ -195,7 +182,7 @@ void MX_Config::Get_Size(int handle, String const& parameter, int& size,
     if (text == nullptr) {
         return;
     }
-    size = static_cast<int>(std::strlen(text));  // below largestFile, or below INT_MAX by Write
+    size = static_cast<int>(std::strlen(text));  // a file is below 64 MiB, and Write takes an int
     rc = RETURN_CODE_TYPE::NO_ERROR;
 }
 
@@ -298,24 +285,11 @@ MX_Config::config_set* MX_Config::find(int handle) {
 }
 
 bool MX_Config::save() {
-    // Printed to memory first: the stream of the C library gives up at the first interrupted or
-    // partial write.
     tinyxml2::XMLPrinter printer(nullptr, false);
     document_->Print(&printer);
-
-    int descriptor = -1;
-    do {
-        descriptor =
-            ::open(fileName_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_SYNC | O_CLOEXEC, 0644);
-    } while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0) {
-        return false;
-    }
-    bool const written =
-        WriteAll(descriptor, printer.CStr(), static_cast<std::size_t>(printer.CStrSize()) - 1);
-    // An interrupted close has closed the descriptor all the same.
-    bool const closed = ::close(descriptor) == 0 || errno == EINTR;
-    return written && closed;
+    std::string_view const content(printer.CStr(),
+                                   static_cast<std::size_t>(printer.CStrSize()) - 1);
+    return DurableFile(fileName_, IsWhole, calls_).save(content);
 }
 
 }  // namespace FACE

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "face/Configuration.h"
+#include "face/FileCalls.h"
 #include "platform/Mutex.h"
 
 namespace tinyxml2 {
@@ -16,7 +17,8 @@ class XMLElement;
 namespace FACE {
 
 /// The settings of one XML file, held in memory from `Initialize` to the object's end; a changed
-/// parameter goes straight back to the same file.
+/// parameter goes straight back to the same file, by way of a sibling (the file's name with ".new"
+/// behind it), so that a loss of power leaves the old or the new settings; see DurableFile.
 ///
 ///     <MX_Configurations>
 ///         <Tag>
@@ -32,14 +34,16 @@ namespace FACE {
 /// and close in one go and keep none. A name that is an invalid String raises std::logic_error.
 class MX_Config : public Configuration {
 public:
-    MX_Config();
+    /// `calls` reach the file and outlive the object.
+    explicit MX_Config(FileCalls& calls = FileCalls::Real());
     ~MX_Config() override;
     MX_Config(MX_Config const&) = delete;
     MX_Config& operator=(MX_Config const&) = delete;
 
     /// Loads `file_name`. INVALID_CONFIG when it is missing, malformed, above 64 MiB or has no
-    /// "MX_Configurations"; it may then be tried again. Once it was a success every further call
-    /// gives NO_ERROR and does nothing.
+    /// "MX_Configurations"; it may then be tried again. But when a whole sibling stands beside it,
+    /// that is taken and put in the file's place, and a line on standard output says so. Once it
+    /// was a success every further call gives NO_ERROR and does nothing.
     void Initialize(String const& file_name, RETURN_CODE_TYPE::Value& rc) override;
 
     /// INVALID_MODE before `Initialize`, INVALID_CONFIG for an unknown container. There is one
@@ -58,7 +62,8 @@ public:
     /// Replaces a value that is there and not empty, and saves the file; blocks until it is on
     /// the medium. INVALID_CONFIG for an unknown handle; INVALID_PARAM for a missing or empty
     /// value, a null buffer, a negative size or a text with a zero byte in it, which XML cannot
-    /// hold; NO_ACTION when the file cannot be saved, with the value in memory changed already.
+    /// hold; NO_ACTION when the file cannot be saved (its folder must be writable too), with the
+    /// value in memory changed already.
     void Write(int handle, String const& parameter, void* buffer, int buffer_size,
                int& bytes_written, RETURN_CODE_TYPE::Value& rc) override;
 
@@ -80,6 +85,7 @@ private:
     config_set* find(int handle);
     bool save() REQUIRES(mutex_);
 
+    FileCalls& calls_;
     std::string fileName_;
     std::string schemaLocation_;
     platform::Mutex mutex_;  // one load or save at a time; a leaf

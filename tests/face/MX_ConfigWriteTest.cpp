@@ -144,7 +144,7 @@ TEST_F(MX_ConfigFile, AFullMediumGivesNoActionAndTheNextWriteSavesBoth) {
     EXPECT_EQ(readAgain("Meridane", "System"), "changed");
 }
 
-TEST_F(MX_ConfigFile, AFileThatMayNotGrowGivesNoAction) {
+TEST_F(MX_ConfigFile, AFileThatMayNotGrowGivesNoActionAndStaysAsItWas) {
     struct rlimit before {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
     auto const handler = std::signal(SIGXFSZ, SIG_IGN);
@@ -154,7 +154,8 @@ TEST_F(MX_ConfigFile, AFileThatMayNotGrowGivesNoAction) {
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
     std::signal(SIGXFSZ, handler);
     EXPECT_EQ(rc, Code::NO_ACTION);  // the first 100 bytes were taken: a short write, then an error
-    EXPECT_EQ(std::filesystem::file_size(path), 100U);
+    EXPECT_EQ(FileContent(path), example);
+    EXPECT_FALSE(std::filesystem::exists(path + ".new"));
 }
 
 namespace {
