@@ -1,5 +1,6 @@
 #include "platform/StringUtils.h"
 
+#include <algorithm>
 #include <cstring>
 #include <sstream>
 
@@ -46,6 +47,13 @@ void StringUtils::splitToChunks(const std::string& text, std::size_t chunkSize,
         chunks.push_back(text.substr(start, step));
         start += chunks.back().size();
     }
+}
+
+bool StringUtils::containsIgnoringCase(const std::string& text, const std::string& part) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+    const auto alike = [lower](char a, char b) { return lower(a) == lower(b); };
+    return part.empty() ||
+           std::search(text.begin(), text.end(), part.begin(), part.end(), alike) != text.end();
 }
 
 std::string StringUtils::join(const std::vector<std::string>& elements, char separator) {

@@ -31,6 +31,10 @@ public:
     static void splitToChunks(const std::string& text, std::size_t chunkSize,
                               std::vector<std::string>& chunks);
 
+    /// Whether `part` stands in the text. Letters of ASCII are alike in either case, all other
+    /// characters are themselves.
+    static bool containsIgnoringCase(const std::string& text, const std::string& part);
+
     /// The elements with `separator` between them.
     static std::string join(const std::vector<std::string>& elements, char separator);
 

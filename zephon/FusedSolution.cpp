@@ -16,6 +16,16 @@ constexpr std::chrono::nanoseconds matchWindow = 2ms;  // a pair lies closer tog
 // others keep the message's default.
 constexpr std::uint16_t storedFlagBits = 0x01CC;
 constexpr std::uint16_t assuranceBits = 0x000C;
+constexpr std::uint16_t noReradBit = 0x0100;
+
+// Bits of message 8040 that go into the output.
+constexpr std::uint16_t engineStatusBits = 0x3FFD;   // of data word 5
+constexpr std::uint16_t engineStatus2Bits = 0xFFC1;  // of data word 9
+
+// Bits of the receiver status: who was heard, and where the engine's data word 5 stands.
+constexpr std::uint32_t engineHeard = 0x1;
+constexpr std::uint32_t antiJamHeard = 0x2;
+constexpr unsigned engineStatusShift = 16;
 
 float timeErrorOf(double variance) {
     if (!std::isfinite(variance) || variance < 0) {
@@ -59,6 +69,24 @@ void FusedSolution::store(aspn2_msgs::idl::MeridanePNT const& record) {
     pntReceived_ = true;
 }
 
+void FusedSolution::takeReradMode() {
+    solutionFlags_ &= static_cast<std::uint16_t>(~noReradBit);
+}
+
+void FusedSolution::ReceiverStatus::takeEngineStatus(std::uint16_t word5, std::uint16_t word9) {
+    constexpr std::uint32_t replaced = std::uint32_t{engineStatusBits} << engineStatusShift;
+    const std::uint32_t engine = std::uint32_t{word5} << engineStatusShift;
+    receiverStatus = (receiverStatus & ~replaced) | (engine & replaced) | engineHeard;
+    receiverStatus2 = static_cast<std::uint16_t>((receiverStatus2 & ~engineStatus2Bits) |
+                                                 (word9 & engineStatus2Bits));
+}
+
+void FusedSolution::ReceiverStatus::takeJammingFigures(unsigned l1, unsigned l2) {
+    jfom = static_cast<std::uint8_t>((l1 & 0xFU) | (l2 & 0xFU) << 4U);
+    jfomFresh = true;
+    receiverStatus |= antiJamHeard;
+}
+
 std::shared_ptr<OstrelPvtOutput> FusedSolution::takeOutput() {
     const auto apart = ASPN2::nanosecondsBetween(utcTimeTag_, pntTimeTag_);
     if (!utcReceived_ || !pntReceived_ || apart <= -matchWindow || apart >= matchWindow) {
@@ -97,13 +125,14 @@ std::shared_ptr<OstrelPvtOutput> FusedSolution::takeOutput() {
 
 void FusedSolution::fillReceiverStatus(OstrelPvtOutput& output) {
     using L = OstrelPvtLayout;
-    output.set<L::ReceiverSeen>(static_cast<std::uint16_t>(receiver.receiverStatus & 1U));
+    const std::uint32_t status = receiver.receiverStatus;
+    output.set<L::ReceiverSeen>((status & engineHeard) != 0 ? 1 : 0);
     output.set<L::ReceiverStatus>(
-        static_cast<std::uint16_t>((receiver.receiverStatus >> 16U) & 0x3FFDU));
-    output.set<L::ReceiverStatus2>(static_cast<std::uint16_t>(receiver.receiverStatus2 & 0xFFC1U));
+        static_cast<std::uint16_t>((status >> engineStatusShift) & engineStatusBits));
+    output.set<L::ReceiverStatus2>(
+        static_cast<std::uint16_t>(receiver.receiverStatus2 & engineStatus2Bits));
     if (receiver.jfomFresh) {
-        output.set<L::AntiJamValid>(
-            static_cast<std::uint16_t>((receiver.receiverStatus >> 1U) & 1U));
+        output.set<L::AntiJamValid>((status & antiJamHeard) != 0 ? 1 : 0);
         output.set<L::JammingFigures>(receiver.jfom);
         receiver.jfomFresh = false;
     }

@@ -22,10 +22,17 @@ public:
         std::uint16_t receiverStatus2 = 0;  ///< bits 0 and 6 to 15 of message 8040's word 9
         std::uint8_t jfom = 0;              ///< jamming figures: low nibble L1, high nibble L2
         bool jfomFresh = false;             ///< the figures go into the next output only
+
+        /// The engine's message 8040, of which two data words count.
+        void takeEngineStatus(std::uint16_t word5, std::uint16_t word9);
+        /// The anti-jam unit's message 2516: figures of merit, the low four bits of each.
+        void takeJammingFigures(unsigned l1, unsigned l2);
     };
 
     void store(aspn2_msgs::idl::UTCTime const& record);
     void store(aspn2_msgs::idl::MeridanePNT const& record);
+    /// The engine has gone to its rerad mode: bit 8 of the flags is clear for good.
+    void takeReradMode();
 
     /// The output of a matching pair, or null when there is none. A match spends both sides.
     std::shared_ptr<OstrelPvtOutput> takeOutput();

@@ -23,12 +23,20 @@ constexpr std::array pntDeviceRoutes{
     GssipRoute{27553, &ZephonServer::handleZP_Block27553, taken},
 };
 
-constexpr std::array<GssipRoute, 0> halvorRoutes{};
+constexpr std::array halvorRoutes{
+    GssipRoute{2516, &ZephonServer::handleAJ_Block2516, taken},
+    GssipRoute{2518, &ZephonServer::handleAJ_BlockDigarPN, taken},
+    GssipRoute{15051, &ZephonServer::handleAJ_BlockThreatData, taken},
+};
 
 constexpr std::array trevoRoutes{
-    GssipRoute{5047, nullptr, copied}, GssipRoute{5048, nullptr, copied},
-    GssipRoute{5406, nullptr, copied}, GssipRoute{8040, nullptr, copied},
-    GssipRoute{8080, nullptr, copied}, GssipRoute{8504, &ZephonServer::handleTV_Block8504, taken},
+    GssipRoute{5044, &ZephonServer::handleTV_Block5044, taken},
+    GssipRoute{5047, nullptr, copied},
+    GssipRoute{5048, nullptr, copied},
+    GssipRoute{5406, nullptr, copied},
+    GssipRoute{8040, &ZephonServer::handleTV_Block8040, copied},
+    GssipRoute{8080, nullptr, copied},
+    GssipRoute{8504, &ZephonServer::handleTV_Block8504, taken},
 };
 
 template <std::size_t Count>
@@ -85,11 +93,7 @@ std::uint16_t gssipMessageId(GSSIP const& record) {
 }
 
 std::shared_ptr<Generic_MSID_Msg> makeGssipCopy(GSSIP const& record) {
-    auto message = std::make_shared<Generic_MSID_Msg>();
-    if (!message->OkSetContent(record.data().data(), gssipFrameLength(record))) {
-        return nullptr;
-    }
-    return message;
+    return makeMessageOf<Generic_MSID_Msg>(record);
 }
 
 void setCopyFlagWord(GssipMessage& message) {

@@ -52,6 +52,16 @@ unsigned short gssipFrameLength(aspn2_msgs::idl::GSSIP const& record);
 /// The message id of a record whose frame length is not 0.
 std::uint16_t gssipMessageId(aspn2_msgs::idl::GSSIP const& record);
 
+/// The frame of a record as a message of this class, unchanged; null when the class refuses it.
+template <typename Message>
+std::shared_ptr<Message> makeMessageOf(aspn2_msgs::idl::GSSIP const& record) {
+    auto message = std::make_shared<Message>();
+    if (!message->OkSetContent(record.data().data(), gssipFrameLength(record))) {
+        return nullptr;
+    }
+    return message;
+}
+
 /// The frame of a record as a message for a link, unchanged; null when it is none that
 /// Generic_MSID_Msg takes.
 std::shared_ptr<Generic_MSID_Msg> makeGssipCopy(aspn2_msgs::idl::GSSIP const& record);

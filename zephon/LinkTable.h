@@ -37,13 +37,14 @@ public:
         return links_[number - 1U].get();
     }
 
-    /// Queues the message at level 1 of the link; without a link, or at its queue's limit, the
+    /// Queues an item at level 1 of the link: a message, or a message with what a
+    /// `GpsIo::MessageQueueItem_t` has besides. Without a link, or at its queue's limit, the
     /// message is lost without a report.
-    void send(unsigned short number, std::shared_ptr<GssipMessage> const& message)
-        EXCLUDES(mutex_) {
+    template <typename... Item>
+    void send(unsigned short number, Item&&... item) EXCLUDES(mutex_) {
         const platform::MutexLock lock(mutex_);
         if (links_[number - 1U] != nullptr) {
-            links_[number - 1U]->protocolQueue().emplace_back(1, message);
+            links_[number - 1U]->protocolQueue().emplace_back(1, std::forward<Item>(item)...);
         }
     }
 

@@ -104,6 +104,12 @@ public:
     // ---- Receiver status (ZephonServerReceiverStatus.cpp), listener threads -------------
 
     void cbEventLog(aspn2_msgs::idl::EventLog const& record);
+    /// Handlers of single messages of the engine and the anti-jam unit, called by cbGssip.
+    void handleTV_Block5044(aspn2_msgs::idl::GSSIP const& record);
+    void handleTV_Block8040(aspn2_msgs::idl::GSSIP const& record);
+    void handleAJ_Block2516(aspn2_msgs::idl::GSSIP const& record);
+    void handleAJ_BlockDigarPN(aspn2_msgs::idl::GSSIP const& record);
+    void handleAJ_BlockThreatData(aspn2_msgs::idl::GSSIP const& record);
 
 private:
     /// The connections of the nine topics, in the order in which they are made.
@@ -180,6 +186,10 @@ private:
     /// Sends the part numbers, once they are known; seconds of the week.
     void buildAndSendMXPN(double gpsTimeOfWeek) EXCLUDES(versionMutex_);
     void handleTrevoEventLog(aspn2_msgs::idl::EventLog const& record) EXCLUDES(versionMutex_);
+
+    void handleBlockEventLog(aspn2_msgs::idl::EventLog const& record);
+    template <typename Message>
+    void handOn(aspn2_msgs::idl::GSSIP const& record);
 
     // Constant after construction.
     const unsigned char serverId_;

@@ -1,10 +1,28 @@
 #include <iostream>
 
+#include "messages/AntiJamMessages.h"
+#include "messages/TrevoStatus.h"
+#include "platform/StringUtils.h"
+#include "zephon/GssipRoutes.h"
 #include "zephon/ZephonServer.h"
 
 using ASPN2::ServerIds;
+using aspn2_msgs::idl::EventLog;
+using aspn2_msgs::idl::GSSIP;
 
-void ZephonServer::cbEventLog(aspn2_msgs::idl::EventLog const& record) {
+namespace {
+
+/// The frame of a record as a message that the link finishes; null when it can be none. A link
+/// does not write a frame that counts other data words than it has, but would wait for its ACK.
+template <typename Message>
+std::shared_ptr<Message> makeUnitMessage(GSSIP const& record) {
+    auto message = makeMessageOf<Message>(record);
+    return message != nullptr && message->header[2] == message->wordCount ? message : nullptr;
+}
+
+}  // namespace
+
+void ZephonServer::cbEventLog(EventLog const& record) {
     if (!isRunning()) {
         return;
     }
@@ -13,6 +31,59 @@ void ZephonServer::cbEventLog(aspn2_msgs::idl::EventLog const& record) {
     }
     if (ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id())) ==
         ServerIds::Trevo) {
+        handleBlockEventLog(record);
         handleTrevoEventLog(record);
+    }
+}
+
+void ZephonServer::handleBlockEventLog(EventLog const& record) {
+    if (StringUtils::containsIgnoringCase(record.eventlog(), "Rerad mode ENABLED")) {
+        const platform::MutexLock lock(solutionMutex_);
+        solution_.takeReradMode();
+    }
+}
+
+void ZephonServer::handleTV_Block8040(GSSIP const& record) {
+    Trevo_8040_Msg message;
+    if (!message.ok_set_8040_gpsip(record.data().data(), gssipFrameLength(record))) {
+        return;
+    }
+    const auto word5 = message.get<Trevo8040Layout::ReceiverStatus>();
+    const auto word9 = message.get<Trevo8040Layout::ReceiverStatus2>();
+    const platform::MutexLock lock(solutionMutex_);
+    solution_.receiver.takeEngineStatus(word5, word9);
+}
+
+void ZephonServer::handleAJ_Block2516(GSSIP const& record) {
+    AjasStatus message;
+    if (!message.OkSetContent(record.data().data(), gssipFrameLength(record))) {
+        return;
+    }
+    const platform::MutexLock lock(solutionMutex_);
+    solution_.receiver.takeJammingFigures(message.getJFOM_L1(), message.getJFOM_L2());
+}
+
+template <typename Message>
+void ZephonServer::handOn(GSSIP const& record) {
+    if (const auto message = makeUnitMessage<Message>(record)) {
+        setCopyFlagWord(*message);
+        sendToAllEmulators(message);
+    }
+}
+
+void ZephonServer::handleTV_Block5044(GSSIP const& record) {
+    handOn<Trevo_5044_Msg>(record);
+}
+
+void ZephonServer::handleAJ_BlockThreatData(GSSIP const& record) {
+    handOn<ThreatData>(record);
+}
+
+void ZephonServer::handleAJ_BlockDigarPN(GSSIP const& record) {
+    if (const auto message = makeUnitMessage<DigarPN>(record)) {
+        message->setUnitIdentifier();
+        setCopyFlagWord(*message);
+        message->setHeaderChecksum();  // the identifier changes also when the flag word does not
+        sendToAllEmulators(message);
     }
 }

@@ -116,6 +116,22 @@ TEST(StringUtils, SplitToChunksFillsTheVectorOfTheCaller) {
     EXPECT_THAT(chunks, IsEmpty());
 }
 
+TEST(StringUtils, FindsAPartInEitherCase) {
+    EXPECT_TRUE(StringUtils::containsIgnoringCase("a Word here", "wORD"));
+    EXPECT_TRUE(StringUtils::containsIgnoringCase("word", "word"));
+    EXPECT_TRUE(StringUtils::containsIgnoringCase("wowordrd", "WORD"));
+    EXPECT_TRUE(StringUtils::containsIgnoringCase("word", ""));
+    EXPECT_TRUE(StringUtils::containsIgnoringCase("", ""));
+    EXPECT_FALSE(StringUtils::containsIgnoringCase("a wor", "word"));
+    EXPECT_FALSE(StringUtils::containsIgnoringCase("", "word"));
+}
+
+TEST(StringUtils, FindsNoPartThatDiffersInMoreThanTheCaseOfLetters) {
+    EXPECT_FALSE(StringUtils::containsIgnoringCase("a@b", "a`b"));
+    EXPECT_FALSE(StringUtils::containsIgnoringCase("a[b", "a{b"));
+    EXPECT_FALSE(StringUtils::containsIgnoringCase("\xC4", "\xE4"));
+}
+
 TEST(StringUtils, JoinPutsTheSeparatorBetweenTheElements) {
     EXPECT_EQ(StringUtils::join({"a", "", "b"}, ','), "a,,b");
 }

@@ -221,6 +221,77 @@ TEST(FusedSolution, KeepsTheFiguresForTheNextOutputWhenAPairDoesNotMatch) {
     EXPECT_EQ(0x0095, word(*outputOf(join, utcAt(3, 0), pntAt(3, 0)), 106));
 }
 
+TEST(FusedSolution, CarriesTheBitsOfTheEnginesStatusInEveryOutput) {
+    FusedSolution join;
+    join.receiver.takeEngineStatus(0xFFFF, 0xFFFF);
+    for (int second = 1; second <= 2; ++second) {
+        const auto output = outputOf(join, utcAt(second, 0), pntAt(second, 0));
+        EXPECT_EQ(0x0140, word(*output, 98));
+        EXPECT_EQ(0x0001, word(*output, 100));
+        EXPECT_EQ(0x3FFD, word(*output, 102));
+        EXPECT_EQ(0xFFC1, word(*output, 104));
+        EXPECT_EQ(0, word(*output, 106));
+    }
+    join.receiver.takeEngineStatus(0, 0);
+    const auto output = outputOf(join, utcAt(3, 0), pntAt(3, 0));
+    EXPECT_EQ(0x0001, word(*output, 100)) << "that the engine was heard stays";
+    EXPECT_EQ(0, word(*output, 102));
+    EXPECT_EQ(0, word(*output, 104));
+}
+
+TEST(FusedSolution, PutsEachBitOfTheEnginesStatusInItsPlace) {
+    for (unsigned bit = 0; bit < 16; ++bit) {
+        const auto value = static_cast<std::uint16_t>(1U << bit);
+        FusedSolution join;
+        join.receiver.takeEngineStatus(value, value);
+        const auto output = outputOf(join, utcAt(1, 0), pntAt(1, 0));
+        EXPECT_EQ(value & 0x3FFD, word(*output, 102)) << bit;
+        EXPECT_EQ(value & 0xFFC1, word(*output, 104)) << bit;
+    }
+}
+
+TEST(FusedSolution, ChangesNoOtherBitsOfTheStatusWords) {
+    FusedSolution::ReceiverStatus status;
+    status.receiverStatus = 0xC002FFFE;
+    status.receiverStatus2 = 0x003E;
+    status.takeEngineStatus(0xFFFF, 0xFFFF);
+    EXPECT_EQ(0xFFFFFFFF, status.receiverStatus);
+    EXPECT_EQ(0xFFFF, status.receiverStatus2);
+    status.takeEngineStatus(0, 0);
+    EXPECT_EQ(0xC002FFFF, status.receiverStatus);
+    EXPECT_EQ(0x003E, status.receiverStatus2);
+    status = {};
+    status.takeEngineStatus(0xFFFF, 0xFFFF);
+    EXPECT_EQ(0x3FFD0001U, status.receiverStatus);
+    EXPECT_EQ(0xFFC1, status.receiverStatus2);
+}
+
+TEST(FusedSolution, CarriesJammingFiguresInExactlyOneOutput) {
+    FusedSolution join;
+    join.receiver.takeJammingFigures(0x3, 0xA);
+    EXPECT_EQ(0x2U, join.receiver.receiverStatus);
+    const auto first = outputOf(join, utcAt(1, 0), pntAt(1, 0));
+    EXPECT_EQ(0x0002, word(*first, 100));
+    EXPECT_EQ(0x00A3, word(*first, 106));
+    const auto second = outputOf(join, utcAt(2, 0), pntAt(2, 0));
+    EXPECT_EQ(0, word(*second, 100));
+    EXPECT_EQ(0, word(*second, 106));
+    join.receiver.takeJammingFigures(0x12, 0xF4);
+    const auto third = outputOf(join, utcAt(3, 0), pntAt(3, 0));
+    EXPECT_EQ(0x0002, word(*third, 100));
+    EXPECT_EQ(0x0042, word(*third, 106));
+}
+
+TEST(FusedSolution, ClearsTheFlagOfTheReradModeForGood) {
+    FusedSolution join;
+    join.takeReradMode();
+    idl::MeridanePNT pnt = pntAt(1, 0);
+    pnt.MX_PNT_Solution_Assurance(static_cast<idl::MX_PNT_Solution_Assurance_enum>(3));
+    EXPECT_EQ(0x004C, word(*outputOf(join, utcAt(1, 0), pnt), 98));
+    join.takeReradMode();
+    EXPECT_EQ(0x0040, word(*outputOf(join, utcAt(2, 0), pntAt(2, 0)), 98));
+}
+
 TEST(FusedSolution, TakesTheSquareRootOfTheTimeVariance) {
     EXPECT_EQ(0.0F, timeErrorFor(0));
     EXPECT_EQ(0.5F, timeErrorFor(0.25));

@@ -70,10 +70,11 @@ TEST(GssipRoutes, TellTheEngineAfterTheHandlerAndTheOthersOnArrival) {
 }
 
 TEST(GssipRoutes, OfTheEngine) {
-    expectRoutes(trevo, {{5047, {nullptr, true}},
+    expectRoutes(trevo, {{5044, {&ZephonServer::handleTV_Block5044, false}},
+                         {5047, {nullptr, true}},
                          {5048, {nullptr, true}},
                          {5406, {nullptr, true}},
-                         {8040, {nullptr, true}},
+                         {8040, {&ZephonServer::handleTV_Block8040, true}},
                          {8080, {nullptr, true}},
                          {8504, {&ZephonServer::handleTV_Block8504, false}}});
 }
@@ -85,7 +86,9 @@ TEST(GssipRoutes, DropTheEnginesNeighboursOfTheSameKind) {
 }
 
 TEST(GssipRoutes, OfTheHalvorUnit) {
-    expectRoutes(halvorUnit, {});
+    expectRoutes(halvorUnit, {{2516, {&ZephonServer::handleAJ_Block2516, false}},
+                              {2518, {&ZephonServer::handleAJ_BlockDigarPN, false}},
+                              {15051, {&ZephonServer::handleAJ_BlockThreatData, false}}});
 }
 
 TEST(GssipRoutes, OfThePntDevice) {
