@@ -32,6 +32,7 @@
 #include "zephon/TimeMark.h"
 
 struct Trevo5044Record;
+class TrevoCommandMsg;
 
 /// The server: it takes records in, decides, and hands messages on.
 ///
@@ -93,6 +94,13 @@ public:
     void sendToEmulator(int unit, std::shared_ptr<GssipMessage> const& message);
     /// Queues a message, unchanged, on link 3.
     void sendToPntdBitPort(std::shared_ptr<GssipMessage> const& message);
+
+    // ---- Commands (ZephonServerCommands.cpp), any thread that holds no lock -------------
+
+    /// Publishes a command, and tells it with debug on.
+    void sendCommandMessage(aspn2_msgs::idl::CommandResponse& record);
+    /// Publishes the record on that connection; what can't be published is reported and lost.
+    void sendCmdRspMessage(long long connection, aspn2_msgs::idl::CommandResponse& record);
 
     // ---- Navigation output (ZephonServerNavigation.cpp), listener threads ---------------
 
@@ -167,6 +175,8 @@ private:
 
     /// Reports the states of message 5044 that matter to others; `unit` names who has it.
     void tellStatus(std::string const& unit, Trevo5044Record const& status) const;
+    /// Turns what an operator ordered at the unit's own panel into a command to the computer.
+    void passOnCommand(TrevoCommandMsg const& message);
     void copyToAllEmulators(aspn2_msgs::idl::GSSIP const& record);
 
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);

@@ -1,8 +1,10 @@
 #include <iostream>
 #include <sstream>
 
+#include "ASPN/CmdResponseStrings.h"
 #include "ASPN/HealthReporter.h"
 #include "messages/PntdWrapper.h"
+#include "messages/TrevoCommands.h"
 #include "messages/TrevoStatus.h"
 #include "zephon/GssipRoutes.h"
 #include "zephon/ZephonServer.h"
@@ -114,13 +116,40 @@ void ZephonServer::handleZP_Block27553(GSSIP const& record) {
         return;
     }
     const auto inner = wrapper.innerFrame();
-    Trevo_5044_Msg message;
-    if (inner.msgId != Trevo5044Layout::id ||
-        !message.ok_set_5044_gpsip(inner.bytes, inner.length)) {
-        return;
+    if (inner.msgId == Trevo5044Layout::id) {
+        Trevo_5044_Msg message;
+        if (message.ok_set_5044_gpsip(inner.bytes, inner.length)) {
+            message.unpack_5044();
+            tellStatus(" vZephon#" + std::to_string(wrapper.virtualZephonNumber()), message.record);
+        }
+    } else if (inner.msgId == TrevoCommandLayout::id) {
+        TrevoCommandMsg message;
+        if (message.ok_set_5001_gpsip(inner.bytes, inner.length)) {
+            passOnCommand(message);
+        }
     }
-    message.unpack_5044();
-    tellStatus(" vZephon#" + std::to_string(wrapper.virtualZephonNumber()), message.record);
+}
+
+void ZephonServer::passOnCommand(TrevoCommandMsg const& message) {
+    char const* told = nullptr;
+    std::string const* text = nullptr;
+    switch (message.getSimpleModeCommand()) {
+        case e5001_Command::Zeroize:
+            told = "Sending Emergency Zeroize\n";
+            text = &Sys::CommandString::TrevoZeroize;
+            break;
+        case e5001_Command::CVZeroize:
+            told = "Sending CV Zeroize\n";
+            text = &Sys::CommandString::TrevoCVZeroize;
+            break;
+        default:
+            return;
+    }
+    if (config_.debug) {
+        std::cout << told << std::flush;
+    }
+    auto command = cmdResponse_.makeCommand(*text);
+    sendCommandMessage(command);
 }
 
 void ZephonServer::tellStatus(std::string const& unit, Trevo5044Record const& status) const {

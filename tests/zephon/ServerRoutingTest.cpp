@@ -484,13 +484,15 @@ TEST_F(StatusRouting, StatusSeventeenAndEighteenOfAnEmulatorAreEvents) {
 TEST_F(StatusRouting, StatusSeventeenAndEighteenOfAVirtualUnitAreEvents) {
     startAll();
     const EventReader events(bench);
-    for (const std::uint16_t unit : Words{1, 4, 65535}) {
+    for (const std::uint16_t unit : Words{0, 1, 4, 5, 65535}) {
         server->cbGssip(
             makeRecord(wrap(27553, unit, makeStatus(17, "ZEROIZE STARTED")), pntDevice, 1));
     }
     server->cbGssip(makeRecord(wrap(27553, 2, makeStatus(18, "DONE")), pntDevice, 1));
-    expectEvents(events, {"ZephonServer vZephon#1 5044,ID:,17,ZEROIZE STARTED",
+    expectEvents(events, {"ZephonServer vZephon#0 5044,ID:,17,ZEROIZE STARTED",
+                          "ZephonServer vZephon#1 5044,ID:,17,ZEROIZE STARTED",
                           "ZephonServer vZephon#4 5044,ID:,17,ZEROIZE STARTED",
+                          "ZephonServer vZephon#5 5044,ID:,17,ZEROIZE STARTED",
                           "ZephonServer vZephon#65535 5044,ID:,17,ZEROIZE STARTED",
                           "ZephonServer vZephon#2 5044,ID:,18,DONE"});
 }

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The records with a text that a topic peer has brought, and the waiting for them. Any thread.
+template <class Record>
+class RecordInbox {
+public:
+    void take(Record const& record) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        records_.push_back(record);
+        changed_.notify_all();
+    }
+
+    std::vector<Record> all() const {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return records_;
+    }
+
+    /// The first record that holds `text`; nothing when none comes in time.
+    std::optional<Record> waitFor(std::string const& text) const {
+        std::unique_lock<std::mutex> lock(mutex_);
+        std::optional<Record> found;
+        changed_.wait_for(lock, patience, [&] {
+            for (auto const& record : records_) {
+                if (record.text.find(text) != std::string::npos) {
+                    found = record;
+                    return true;
+                }
+            }
+            return false;
+        });
+        return found;
+    }
+
+    bool waitForCount(std::size_t count) const {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, patience, [&] { return records_.size() >= count; });
+    }
+
+    std::size_t count(std::string const& text) const {
+        std::size_t result = 0;
+        for (auto const& record : all()) {
+            result += record.text.find(text) != std::string::npos ? 1 : 0;
+        }
+        return result;
+    }
+
+    /// All records, for the report of a failed test.
+    std::string report() const {
+        std::string lines = "--- " + std::string(Record::topic) + ":\n";
+        for (auto const& record : all()) {
+            lines += std::to_string(record.header.sequence) + " type " +
+                     std::to_string(record.type) + ": " + record.text + "\n";
+        }
+        return lines;
+    }
+
+private:
+    static constexpr std::chrono::seconds patience{20};  // only a failing test waits so long
+
+    mutable std::mutex mutex_;  // guards the records; a leaf
+    mutable std::condition_variable changed_;
+    std::vector<Record> records_;
+};
