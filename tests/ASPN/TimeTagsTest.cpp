@@ -165,6 +165,33 @@ TEST(Timestamp, StopsAtTheEndsOfTheRangeForForgedSeconds) {
     EXPECT_EQ(ASPN2::nanosecondsOf(timestamp{0, smallest32, 0}).count(), smallest32);
 }
 
+TEST(Timestamp, TellsTheExactTimeBetweenTwo) {
+    const auto between = [](timestamp const& before, timestamp const& after) {
+        return ASPN2::nanosecondsBetween(before, after).count();
+    };
+    EXPECT_EQ(between({100, 0, 0}, {100, 100'000'001, 0}), 100'000'001);
+    EXPECT_EQ(between({100, 100'000'001, 0}, {100, 0, 0}), -100'000'001);
+    EXPECT_EQ(between({99, 900'000'000, 100}, {100, 0, 101}), 100'000'000) << "whatever the code";
+    EXPECT_EQ(between({-1, -500'000'000, 0}, {1, 500'000'000, 0}), 3'000'000'000);
+    EXPECT_EQ(between({0, smallest32, 0}, {0, largest32, 0}), 4'294'967'295);
+    EXPECT_EQ(between({largest64, largest32, 0}, {largest64, smallest32, 0}), -4'294'967'295);
+    EXPECT_EQ(between({smallest64, 5, 0}, {smallest64, 6, 0}), 1);
+}
+
+TEST(Timestamp, TellsTheEndOfTheRangeForTimesTooFarApart) {
+    for (auto const& far : {timestamp{largest64, smallest32, 0}, timestamp{largest64, largest32, 0},
+                            timestamp{9'223'372'036, 854'775'808, 0}}) {
+        EXPECT_EQ(ASPN2::nanosecondsBetween({0, 0, 0}, far), nanoseconds::max());
+        EXPECT_EQ(ASPN2::nanosecondsBetween({smallest64, 0, 0}, far), nanoseconds::max());
+    }
+    for (auto const& far :
+         {timestamp{smallest64, smallest32, 0}, timestamp{smallest64, largest32, 0},
+          timestamp{-9'223'372'036, -854'775'809, 0}}) {
+        EXPECT_EQ(ASPN2::nanosecondsBetween({0, 0, 0}, far), nanoseconds::min());
+        EXPECT_EQ(ASPN2::nanosecondsBetween({largest64, 0, 0}, far), nanoseconds::min());
+    }
+}
+
 // Both header types do the same.
 template <class Header>
 class TimeTags : public testing::Test {};
