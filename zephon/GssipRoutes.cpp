@@ -30,6 +30,7 @@ constexpr std::array halvorRoutes{
 };
 
 constexpr std::array trevoRoutes{
+    GssipRoute{5040, &ZephonServer::handleTV_Block5040, taken},
     GssipRoute{5044, &ZephonServer::handleTV_Block5044, taken},
     GssipRoute{5047, nullptr, copied},
     GssipRoute{5048, nullptr, copied},
@@ -37,6 +38,7 @@ constexpr std::array trevoRoutes{
     GssipRoute{8040, &ZephonServer::handleTV_Block8040, copied},
     GssipRoute{8080, nullptr, copied},
     GssipRoute{8504, &ZephonServer::handleTV_Block8504, taken},
+    GssipRoute{9391, &ZephonServer::handleTV_Block9391, taken},
 };
 
 template <std::size_t Count>

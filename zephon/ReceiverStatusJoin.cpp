@@ -36,11 +36,12 @@ float toMetres(float distance, std::uint8_t unit) {
     }
 }
 
-}  // namespace
-
-std::uint8_t ReceiverStatusJoin::EngineMark::mode() const {
-    return (status96 & 0x20U) == 0 && (status117 & 0x80U) != 0 ? 0 : 3;
+std::uint8_t modeOf(Trevo_8504_Msg const& mark) {
+    using Layout = Trevo8504Layout;
+    return mark.get<Layout::Status96Bit5>() == 0 && mark.get<Layout::Status117Bit7>() != 0 ? 0 : 3;
 }
+
+}  // namespace
 
 bool ReceiverStatusJoin::store5040(const unsigned char* bytes, unsigned short length) {
     if (!stored5040_.ok_set_5040_gpsip(bytes, length)) {
@@ -69,7 +70,7 @@ bool ReceiverStatusJoin::isSameInstant() const {
     return std::abs(difference) < matchWindow;  // false for what is no number
 }
 
-std::shared_ptr<CRM30000_Msg> ReceiverStatusJoin::takeOutput(EngineMark mark) {
+std::shared_ptr<CRM30000_Msg> ReceiverStatusJoin::takeOutput(Trevo_8504_Msg const& mark) {
     if (!received5040_ || !received9391_ || !isSameInstant()) {
         return nullptr;
     }
@@ -93,7 +94,7 @@ std::shared_ptr<CRM30000_Msg> ReceiverStatusJoin::takeOutput(EngineMark mark) {
         static_cast<std::uint16_t>(stored5040_.get<Trevo5040Layout::Hundredths74>());
     to.from5040Word75 = from5040.word75;
     to.from5040Word77 = from5040.nibble77;
-    to.mode = mark.mode();
+    to.mode = modeOf(mark);
     output->pack_30000();
     return output;
 }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "messages/CrmMessages.h"
+#include "messages/Trevo8504.h"
 #include "messages/TrevoStatus.h"
 
 /// The join of the engine's messages 5040 and 9391 into message 30000, and the count of those that
@@ -14,24 +15,13 @@
 /// stays. Holds no lock and does no I/O: the server guards it with its status lock.
 class ReceiverStatusJoin {
 public:
-    /// What the engine's last time mark tells, message 8504; all clear before the first.
-    struct EngineMark {
-        std::uint8_t status96 = 0;   ///< bits 0 to 3: the engine's state; bit 5 below
-        std::uint8_t status117 = 0;  ///< bit 7 below
-
-        /// Until a time mark tells a state, message 9391 is not worth keeping.
-        bool tellsState() const { return (status96 & 0x0FU) != 0; }
-        /// What stands in the field `Mode` of message 30000.
-        std::uint8_t mode() const;
-    };
-
     /// Each takes a frame that is as long as its message; any other is refused and changes nothing.
     bool store5040(const unsigned char* bytes, unsigned short length);
     bool store9391(const unsigned char* bytes, unsigned short length);
 
     /// The packed message of a matching pair, or null when there is none. A match spends both
-    /// sides.
-    std::shared_ptr<CRM30000_Msg> takeOutput(EngineMark mark);
+    /// sides. `mark` is the engine's last time mark, all zero before the first.
+    std::shared_ptr<CRM30000_Msg> takeOutput(Trevo_8504_Msg const& mark);
 
     /// Counts a send. `ackPending` tells that the one before was not acknowledged; true when it
     /// is at least the sixth of these in a row.

@@ -28,6 +28,7 @@
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
 #include "zephon/PartNumbers.h"
+#include "zephon/ReceiverStatusJoin.h"
 #include "zephon/ServerParameters.h"
 #include "zephon/TimeMark.h"
 
@@ -113,6 +114,8 @@ public:
 
     void cbEventLog(aspn2_msgs::idl::EventLog const& record);
     /// Handlers of single messages of the engine and the anti-jam unit, called by cbGssip.
+    void handleTV_Block5040(aspn2_msgs::idl::GSSIP const& record) EXCLUDES(statusMutex_);
+    void handleTV_Block9391(aspn2_msgs::idl::GSSIP const& record) EXCLUDES(statusMutex_);
     void handleTV_Block5044(aspn2_msgs::idl::GSSIP const& record);
     void handleTV_Block8040(aspn2_msgs::idl::GSSIP const& record);
     void handleAJ_Block2516(aspn2_msgs::idl::GSSIP const& record);
@@ -197,6 +200,9 @@ private:
     void buildAndSendMXPN(double gpsTimeOfWeek) EXCLUDES(versionMutex_);
     void handleTrevoEventLog(aspn2_msgs::idl::EventLog const& record) EXCLUDES(versionMutex_);
 
+    void checkIfReceived5040_9391() EXCLUDES(statusMutex_);
+    /// Hears on link 1's protocol thread whether the unit took a message 30000.
+    void crm30000AckCallback(aspn2_msgs::idl::CommandResponse const& record, bool ok);
     void handleBlockEventLog(aspn2_msgs::idl::EventLog const& record);
     template <typename Message>
     void handOn(aspn2_msgs::idl::GSSIP const& record);
@@ -224,6 +230,10 @@ private:
 
     platform::Mutex statusMutex_;
     TimeMark timeMark_ GUARDED_BY(statusMutex_);
+    ReceiverStatusJoin statusJoin_ GUARDED_BY(statusMutex_);
+
+    // Set when a message 30000 is queued, cleared on link 1's protocol thread.
+    std::atomic<bool> crmAckPending_{false};
 
     platform::Mutex versionMutex_;
     PartNumbers partNumbers_ GUARDED_BY(versionMutex_);

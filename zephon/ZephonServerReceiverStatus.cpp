@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "ASPN/HealthReporter.h"
 #include "messages/AntiJamMessages.h"
 #include "messages/TrevoStatus.h"
 #include "platform/StringUtils.h"
@@ -7,6 +8,7 @@
 #include "zephon/ZephonServer.h"
 
 using ASPN2::ServerIds;
+using aspn2_msgs::idl::CommandResponse;
 using aspn2_msgs::idl::EventLog;
 using aspn2_msgs::idl::GSSIP;
 
@@ -40,6 +42,60 @@ void ZephonServer::handleBlockEventLog(EventLog const& record) {
     if (StringUtils::containsIgnoringCase(record.eventlog(), "Rerad mode ENABLED")) {
         const platform::MutexLock lock(solutionMutex_);
         solution_.takeReradMode();
+    }
+}
+
+void ZephonServer::handleTV_Block5040(GSSIP const& record) {
+    {
+        const platform::MutexLock lock(statusMutex_);
+        if (!statusJoin_.store5040(record.data().data(), gssipFrameLength(record))) {
+            return;
+        }
+    }
+    checkIfReceived5040_9391();
+}
+
+void ZephonServer::handleTV_Block9391(GSSIP const& record) {
+    const unsigned short length = gssipFrameLength(record);
+    {
+        const platform::MutexLock lock(statusMutex_);
+        // Until a time mark has told the engine's state, the message is not worth keeping.
+        if (timeMark_.last8504().get<Trevo8504Layout::EngineState>() == 0) {
+            return;
+        }
+        if (!statusJoin_.store9391(record.data().data(), length)) {
+            const std::string expected = std::to_string(Trevo9391Layout::words);
+            HealthReporter::Instance().SendEvent(
+                __FILE__, __LINE__, EventTypes::INFORMATION,
+                "Wrong 9391 wdcnt:" + std::to_string(GssipDataWords(length)) +
+                    " expected:" + expected + " unpacked:" + expected);
+            return;
+        }
+    }
+    checkIfReceived5040_9391();
+}
+
+void ZephonServer::checkIfReceived5040_9391() {
+    // Sent under the lock, so that messages leave in the order of their joins.
+    const platform::MutexLock lock(statusMutex_);
+    const auto message = statusJoin_.takeOutput(timeMark_.last8504());
+    if (message == nullptr) {
+        return;
+    }
+    if (statusJoin_.isNoAckDue(crmAckPending_.exchange(true))) {
+        HealthReporter::Instance().SendEvent(
+            __FILE__, __LINE__, EventTypes::LINK_LOST,
+            "//plexa://Corvane/" + name_ + ": ZEPHON COMM ERROR No Ack/");
+    }
+    links_.send(
+        mainUnitLink, message,
+        [this](CommandResponse const& response, bool ok) { crm30000AckCallback(response, ok); },
+        CommandResponse());
+}
+
+void ZephonServer::crm30000AckCallback(CommandResponse const& /*record*/, bool ok) {
+    if (ok) {
+        crmAckPending_ = false;
     }
 }
 

@@ -70,13 +70,15 @@ TEST(GssipRoutes, TellTheEngineAfterTheHandlerAndTheOthersOnArrival) {
 }
 
 TEST(GssipRoutes, OfTheEngine) {
-    expectRoutes(trevo, {{5044, {&ZephonServer::handleTV_Block5044, false}},
+    expectRoutes(trevo, {{5040, {&ZephonServer::handleTV_Block5040, false}},
+                         {5044, {&ZephonServer::handleTV_Block5044, false}},
                          {5047, {nullptr, true}},
                          {5048, {nullptr, true}},
                          {5406, {nullptr, true}},
                          {8040, {&ZephonServer::handleTV_Block8040, true}},
                          {8080, {nullptr, true}},
-                         {8504, {&ZephonServer::handleTV_Block8504, false}}});
+                         {8504, {&ZephonServer::handleTV_Block8504, false}},
+                         {9391, {&ZephonServer::handleTV_Block9391, false}}});
 }
 
 TEST(GssipRoutes, DropTheEnginesNeighboursOfTheSameKind) {

@@ -9,7 +9,8 @@ namespace {
 
 using bench::UnitFrame;
 using Bytes = std::vector<unsigned char>;
-using EngineMark = ReceiverStatusJoin::EngineMark;
+
+Trevo_8504_Msg const noMark;
 
 bool take5040(ReceiverStatusJoin& join, UnitFrame const& frame) {
     const Bytes bytes = frame.encode();
@@ -25,11 +26,11 @@ bool matches(double time5040, float time9391) {
     ReceiverStatusJoin join;
     EXPECT_TRUE(take5040(join, make5040(time5040)));
     EXPECT_TRUE(take9391(join, make9391(time9391)));
-    return join.takeOutput({}) != nullptr;
+    return join.takeOutput(noMark) != nullptr;
 }
 
 std::shared_ptr<CRM30000_Msg> outputOf(UnitFrame const& frame5040, UnitFrame const& frame9391,
-                                       EngineMark mark = {}) {
+                                       Trevo_8504_Msg const& mark = noMark) {
     ReceiverStatusJoin join;
     EXPECT_TRUE(take5040(join, frame5040));
     EXPECT_TRUE(take9391(join, frame9391));
@@ -67,7 +68,10 @@ TEST(ReceiverStatusJoin, FillsTheWholeFrameByteByByte) {
     frame9391.data[3] = 0x0403;
     frame9391.data[12] = 0x1211;
 
-    const auto output = outputOf(frame5040, frame9391, {0xDF, 0x80});
+    Trevo_8504_Msg mark;
+    mark.data[48] = 0x00DF;
+    mark.data[58] = 0x8000;
+    const auto output = outputOf(frame5040, frame9391, mark);
     ASSERT_NE(nullptr, output);
     const Bytes expected = {
         0xFF, 0x81, 0x30, 0x75, 20,   0,    0x00, 0x90, 0xBD, 0x78,  // header
@@ -134,40 +138,40 @@ TEST(ReceiverStatusJoin, NeverMatchesATimeThatIsNoNumber) {
 
 TEST(ReceiverStatusJoin, WaitsForBothSides) {
     ReceiverStatusJoin join;
-    EXPECT_EQ(nullptr, join.takeOutput({}));
+    EXPECT_EQ(nullptr, join.takeOutput(noMark));
     ASSERT_TRUE(take5040(join, make5040(0)));
-    EXPECT_EQ(nullptr, join.takeOutput({}));
+    EXPECT_EQ(nullptr, join.takeOutput(noMark));
 
     ReceiverStatusJoin other;
     ASSERT_TRUE(take9391(other, make9391(0)));
-    EXPECT_EQ(nullptr, other.takeOutput({}));
+    EXPECT_EQ(nullptr, other.takeOutput(noMark));
 }
 
 TEST(ReceiverStatusJoin, SpendsBothSidesOfAMatch) {
     ReceiverStatusJoin join;
     ASSERT_TRUE(take5040(join, make5040(100)));
     ASSERT_TRUE(take9391(join, make9391(100)));
-    EXPECT_NE(nullptr, join.takeOutput({}));
-    EXPECT_EQ(nullptr, join.takeOutput({}));
+    EXPECT_NE(nullptr, join.takeOutput(noMark));
+    EXPECT_EQ(nullptr, join.takeOutput(noMark));
     ASSERT_TRUE(take5040(join, make5040(100)));
-    EXPECT_EQ(nullptr, join.takeOutput({}));
+    EXPECT_EQ(nullptr, join.takeOutput(noMark));
     ASSERT_TRUE(take9391(join, make9391(100)));
-    EXPECT_NE(nullptr, join.takeOutput({}));
+    EXPECT_NE(nullptr, join.takeOutput(noMark));
 }
 
 TEST(ReceiverStatusJoin, LetsTheNextMessageOfEitherKindMatchAfterAMismatch) {
     ReceiverStatusJoin join;
     ASSERT_TRUE(take5040(join, make5040(100)));
     ASSERT_TRUE(take9391(join, make9391(101)));
-    EXPECT_EQ(nullptr, join.takeOutput({}));
+    EXPECT_EQ(nullptr, join.takeOutput(noMark));
     ASSERT_TRUE(take5040(join, make5040(101)));
-    EXPECT_NE(nullptr, join.takeOutput({}));
+    EXPECT_NE(nullptr, join.takeOutput(noMark));
 
     ASSERT_TRUE(take9391(join, make9391(102)));
     ASSERT_TRUE(take5040(join, make5040(103)));
-    EXPECT_EQ(nullptr, join.takeOutput({}));
+    EXPECT_EQ(nullptr, join.takeOutput(noMark));
     ASSERT_TRUE(take9391(join, make9391(103)));
-    EXPECT_NE(nullptr, join.takeOutput({}));
+    EXPECT_NE(nullptr, join.takeOutput(noMark));
 }
 
 TEST(ReceiverStatusJoin, BringsDistancesToMetres) {
@@ -205,7 +209,7 @@ TEST(ReceiverStatusJoin, GivesKnownDistancesToTheBit) {
 }
 
 TEST(ReceiverStatusJoin, HasModeThreeUnlessTheMarkClearsIt) {
-    for (const auto& [status96, status117, mode] : {std::array<unsigned, 3>{0x00, 0x00, 3},
+    for (const auto& [status96, status117, mode] : {std::array<std::uint16_t, 3>{0x00, 0x00, 3},
                                                     {0x00, 0x80, 0},
                                                     {0x20, 0x80, 3},
                                                     {0x20, 0x00, 3},
@@ -213,20 +217,21 @@ TEST(ReceiverStatusJoin, HasModeThreeUnlessTheMarkClearsIt) {
                                                     {0xDF, 0x7F, 3},
                                                     {0xFF, 0xFF, 3},
                                                     {0x01, 0xFF, 0}}) {
-        const EngineMark mark{static_cast<std::uint8_t>(status96),
-                              static_cast<std::uint8_t>(status117)};
+        Trevo_8504_Msg mark;
+        mark.data[48] = status96;
+        mark.data[58] = static_cast<std::uint16_t>(status117 << 8U);
         const auto output = outputOf(make5040(0), make9391(0), mark);
         ASSERT_NE(nullptr, output);
         EXPECT_EQ(mode, output->data[19]) << status96 << " " << status117;
     }
 }
 
-TEST(ReceiverStatusJoin, HearsTheEnginesStateInTheLowNibbleOfTheMark) {
-    EXPECT_FALSE((EngineMark{0x00, 0}).tellsState());
-    EXPECT_FALSE((EngineMark{0xF0, 0xFF}).tellsState());
-    for (const std::uint8_t status : Bytes{0x01, 0x02, 0x04, 0x08, 0x0F, 0xFF}) {
-        EXPECT_TRUE((EngineMark{status, 0}).tellsState());
-    }
+TEST(ReceiverStatusJoin, ReadsNoOtherBytesOfTheMark) {
+    Trevo_8504_Msg mark;
+    std::fill_n(mark.data, 200, 0xFFFF);
+    mark.data[48] = 0xFFDF;  // of byte 96 only bit 5 is clear
+    mark.data[58] = 0x80FF;
+    EXPECT_EQ(0, outputOf(make5040(0), make9391(0), mark)->data[19]);
 }
 
 TEST(ReceiverStatusJoin, TakesFramesOfTheirOwnLengthOnly) {
@@ -252,7 +257,7 @@ TEST(ReceiverStatusJoin, KeepsWhatItHasWhenAFrameIsRefused) {
     auto shorter = make9391(200);
     shorter.data.pop_back();
     EXPECT_FALSE(take9391(join, shorter));
-    const auto output = join.takeOutput({});
+    const auto output = join.takeOutput(noMark);
     ASSERT_NE(nullptr, output);
     EXPECT_EQ(100.0F, output->record.time);
     EXPECT_EQ(0x1211, output->record.from9391Word12);
@@ -264,7 +269,7 @@ TEST(ReceiverStatusJoin, DoesNotWaitForThePartnerOfARefusedFrame) {
     shorter.data.pop_back();
     EXPECT_FALSE(take9391(join, shorter));
     ASSERT_TRUE(take5040(join, make5040(0)));
-    EXPECT_EQ(nullptr, join.takeOutput({}));
+    EXPECT_EQ(nullptr, join.takeOutput(noMark));
 }
 
 TEST(ReceiverStatusJoin, TellsMissingAcksFromTheSixthInARowOn) {
