@@ -3,13 +3,10 @@
 
 #include "gmock/gmock.h"
 #include "tests/messages/MessageBytes.h"
+#include "tests/zephon/TimeMarkFrames.h"
 #include "zephon/PartNumbers.h"
 
 namespace {
-
-std::vector<std::string> const engineLines{
-    "GPS PAP_Boot_XPN: 064-1111-001A", "GPS PSP_Boot_XPN: 064-2222-002B",
-    "GPS FPGA_XPN: 064-3333-003C", "GPS BSL_XPN: 064-4444-004DE"};
 
 PartNumbers after(std::vector<std::string> const& lines) {
     PartNumbers numbers;
