@@ -43,7 +43,13 @@ ExampleConfiguration::Settings complete(ExampleConfiguration::Settings settings,
 
 Bench::Bench() : Bench(Options{}) {}
 
-Bench::Bench(Options options) : options_(std::move(options)), devices_(folder_.path() / "dev") {
+Bench::Bench(Options options)
+    : options_(std::move(options)),
+      devices_(folder_.path() / "dev"),
+      virtualUnits_(
+          {[this](const UnitFrame& frame) { unit(1).send(frame); },
+           [this](const UnitFrame& frame, Duration delay) { unit(1).sendLater(frame, delay); }},
+          options_.virtualUnits) {
     // Whoever had the domain before may have been killed.
     removeDomainPorts(static_cast<int>(domain_.id()));
     options_.settings = complete(options_.settings, domain_);
@@ -53,6 +59,13 @@ Bench::Bench(Options options) : options_(std::move(options)), devices_(folder_.p
     }
     fpga_ = std::make_unique<FpgaModel>(devices_.memoryPath(), configuration_.memoryRegions(),
                                         options_.fpga);
+    options_.units.front().observer =
+        [this, other = options_.units.front().observer](const LoggedFrame& frame) {
+            if (other) {
+                other(frame);
+            }
+            virtualUnits_.take(frame);
+        };
     for (unsigned link = 1; link <= links; ++link) {
         const unsigned channel = options_.settings.channels.at(link - 1);
         options_.units.at(link - 1).sending = [this, channel] { fpga_->uartDataArrived(channel); };
@@ -135,7 +148,7 @@ std::string Bench::report() const {
     for (unsigned link = 1; link <= links; ++link) {
         text += "--- link " + std::to_string(link) + ": " + units_.at(link - 1)->describe();
     }
-    return text;
+    return text + "--- virtual units: " + virtualUnits_.describe();
 }
 
 }  // namespace bench

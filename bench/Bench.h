@@ -18,6 +18,7 @@
 #include "bench/TemporaryFolder.h"
 #include "bench/TopicPeer.h"
 #include "bench/UnitModel.h"
+#include "bench/VirtualUnits.h"
 
 namespace bench {
 
@@ -42,7 +43,8 @@ public:
         std::filesystem::path server = programFolder() / "ZephonServer";
         std::filesystem::path example = ExampleConfiguration::installedFolder();  ///< changed by:
         ExampleConfiguration::Settings settings;  ///< domain, and port unless given, are set here
-        std::array<UnitModel::Options, links> units;     ///< `sending` is set here
+        std::array<UnitModel::Options, links> units;  ///< `sending` is set here
+        VirtualUnits::Options virtualUnits;
         FpgaModel::Options fpga;                         ///< `uarts` grows to cover the links
         std::map<std::string, std::string> environment;  ///< added to the server's
         std::function<bool(const std::string& line)> serverLine;  ///< ChildProcess::lineHandler
@@ -60,6 +62,10 @@ public:
 
     /// The unit on link 1, 2 or 3. Raises std::out_of_range for another number.
     UnitModel& unit(unsigned link) { return *units_.at(link - 1); }
+
+    /// The four virtual units of the unit on link 1. They have got a frame before that unit logs
+    /// it.
+    VirtualUnits& virtualUnits() { return virtualUnits_; }
 
     /// The registers, in the regions that the example configuration names. What a unit sends moves
     /// the stamp of the UART whose number is its link's channel.
@@ -93,7 +99,8 @@ public:
     /// The options of a peer at the far side of the queue devices that the configuration names.
     QueuePeer::Options queuePeerOptions() const;
 
-    /// The server's output and the traffic on all links, for the report of a failed test.
+    /// The server's output and the traffic on all links and to the virtual units, for the report of
+    /// a failed test.
     std::string report() const;
 
 private:
@@ -103,6 +110,7 @@ private:
     DeviceRoot devices_;
     ExampleConfiguration configuration_;
     std::unique_ptr<FpgaModel> fpga_;  // outlives the units, which stamp their bytes there
+    VirtualUnits virtualUnits_;        // outlives the first unit, which hands it its frames
     std::array<std::unique_ptr<UnitModel>, links> units_;
     std::unique_ptr<ChildProcess> server_;
 };

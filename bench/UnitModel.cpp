@@ -56,7 +56,8 @@ UnitModel::UnitModel(Options options)
       wakeEvent_(makeEvent()),
       parser_(
           [this](const UnitFrame& frame, const Bytes& bytes) { onFrame(frame, bytes, readTime_); }),
-      devicePath_(terminal_.slavePath()) {
+      devicePath_(terminal_.slavePath()),
+      log_(options_.keptFrames) {
     thread_ = std::thread([this] { run(); });
 }
 
@@ -84,6 +85,16 @@ void UnitModel::sendBytes(std::vector<std::uint8_t> bytes) {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (connected_) {
             outgoing_.insert(outgoing_.end(), bytes.begin(), bytes.end());
+        }
+    }
+    wake();
+}
+
+void UnitModel::sendLater(const UnitFrame& frame, Duration delay) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (connected_) {
+            late_.emplace(Clock::now() + delay, frame.encode());
         }
     }
     wake();
@@ -124,15 +135,12 @@ void UnitModel::changeLine(LineChange change) {
 
 std::vector<LoggedFrame> UnitModel::frames() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return {log_.begin(), log_.end()};
+    return log_.all();
 }
 
 std::vector<LoggedFrame> UnitModel::frames(std::uint16_t id) const {
-    std::vector<LoggedFrame> result;
     const std::lock_guard<std::mutex> lock(mutex_);
-    std::copy_if(log_.begin(), log_.end(), std::back_inserter(result),
-                 [id](const LoggedFrame& entry) { return entry.frame.id == id; });
-    return result;
+    return log_.ofId(id);
 }
 
 UnitModel::Statistics UnitModel::statistics() const {
@@ -145,9 +153,7 @@ bool UnitModel::waitForFrames(std::size_t count, Duration timeout, const Predica
     std::size_t seen = 0;
     std::unique_lock<std::mutex> lock(mutex_);
     return changed_.wait_for(lock, timeout, [&] {
-        for (next = std::max(next, forgotten_); next < forgotten_ + log_.size(); ++next) {
-            seen += wanted(log_[next - forgotten_]) ? 1 : 0;
-        }
+        seen += log_.countFrom(next, wanted);
         return seen >= count;
     });
 }
@@ -167,10 +173,10 @@ std::string UnitModel::describe(std::size_t most) const {
     std::string text = std::to_string(line.frames) + " frames in " + std::to_string(line.bytes) +
                        " bytes, " + std::to_string(line.checksumErrors()) + " checksum errors, " +
                        std::to_string(line.skippedBytes) + " bytes outside of frames\n";
-    for (std::size_t i = log_.size() - std::min(most, log_.size()); i < log_.size(); ++i) {
-        const UnitFrame& frame = log_[i].frame;
+    for (const LoggedFrame& entry : log_.last(most)) {
+        const UnitFrame& frame = entry.frame;
         text += "  " + std::to_string(frame.id) + ", " + std::to_string(frame.data.size()) +
-                " words, " + flagText(frame.flags) + ": " + hexadecimal(log_[i].bytes) + "\n";
+                " words, " + flagText(frame.flags) + ": " + hexadecimal(entry.bytes) + "\n";
     }
     return text;
 }
@@ -272,18 +278,17 @@ void UnitModel::takeInput() {
 }
 
 void UnitModel::onFrame(const UnitFrame& frame, const Bytes& bytes, Clock::time_point lastByte) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        queueAnswers(frame);
+    }
     LoggedFrame entry{frame, bytes, lastByte};
     if (options_.observer) {
         options_.observer(entry);
     }
     const std::lock_guard<std::mutex> lock(mutex_);
-    queueAnswers(frame);
     ++statistics_.framesById[frame.id];
-    log_.push_back(std::move(entry));
-    if (log_.size() > options_.keptFrames) {
-        log_.pop_front();
-        ++forgotten_;
-    }
+    log_.add(std::move(entry));
 }
 
 /// Called with the lock held.

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "bench/FileDescriptor.h"
+#include "bench/FrameLog.h"
 #include "bench/PseudoTerminal.h"
 #include "bench/UnitFrame.h"
 #include "bench/UnitParser.h"
@@ -61,7 +62,8 @@ public:
         std::vector<std::uint16_t> noHandshake = defaultNoHandshake();
         Reaction reaction;               ///< for ids without one of their own; its count is ignored
         std::size_t keptFrames = 50000;  ///< older frames leave the log, not the counters
-        /// Called on the model's thread for each frame, before it is logged. Must not call back.
+        /// Called on the model's thread for each frame, when its answers are queued and before it
+        /// is logged. May send, and must not call back otherwise.
         std::function<void(const LoggedFrame&)> observer;
         /// Called on the model's thread whenever it is about to hand bytes to the line, with the
         /// model's lock held. Must not call back.
@@ -92,6 +94,9 @@ public:
     /// Queues a frame, or any bytes, behind what waits to be sent already.
     void send(const UnitFrame& frame) { sendBytes(frame.encode()); }
     void sendBytes(std::vector<std::uint8_t> bytes);
+
+    /// Queues a frame once the delay is over, behind the answers to what has come so far.
+    void sendLater(const UnitFrame& frame, Duration delay);
 
     /// True once the line has taken all that was queued.
     bool waitUntilSent(Duration timeout) const;
@@ -147,8 +152,7 @@ private:
     std::map<std::uint16_t, Reaction> reactions_;
     std::multimap<Clock::time_point, Bytes> late_;
     std::deque<std::uint8_t> outgoing_;
-    std::deque<LoggedFrame> log_;
-    std::uint64_t forgotten_ = 0;  // frames that left the log
+    FrameLog<LoggedFrame> log_;
     Statistics statistics_;
     LineChange lineChange_ = LineChange::None;
     bool connected_ = true;

@@ -256,6 +256,35 @@ TEST(UnitModel, KeepsALimitedLogAndShowsFramesToTheObserver) {
     EXPECT_EQ(observed, 5);
 }
 
+TEST(UnitModel, WhatTheObserverSendsLaterGoesBehindTheAnswers) {
+    std::atomic<UnitModel*> model{nullptr};
+    const UnitFrame frame{5044, 0x8000, {1, 2}};
+    UnitModel::Options options;
+    options.observer = [&](const LoggedFrame&) { model.load()->sendLater(frame, 0ms); };
+    UnitModel unit(options);
+    model = &unit;
+    Port port(unit.devicePath());
+    port.write(UnitFrame{27552, UnitFrame::linkReady | UnitFrame::ackRequest, {1}}.encode());
+    auto expected = UnitFrame::makeAck(27552).encode();
+    const auto behind = frame.encode();
+    expected.insert(expected.end(), behind.begin(), behind.end());
+    EXPECT_EQ(port.read(expected.size()), expected);
+}
+
+TEST(UnitModel, SendsLaterWhenTheTimeHasCome) {
+    UnitModel unit;
+    Port port(unit.devicePath());
+    const auto begin = Clock::now();
+    unit.sendLater({5044, 0x8000, {1, 2}}, 50ms);
+    unit.send({5044, 0x8000, {3}});
+    auto expected = UnitFrame{5044, 0x8000, {3}}.encode();
+    const auto behind = UnitFrame{5044, 0x8000, {1, 2}}.encode();
+    expected.insert(expected.end(), behind.begin(), behind.end());
+    EXPECT_EQ(port.read(expected.size()), expected);
+    EXPECT_GE(Clock::now() - begin, 50ms);
+    EXPECT_TRUE(unit.waitUntilSent(deadline));
+}
+
 TEST(UnitModel, WaitsNoLongerThanToldForFramesThatDoNotCome) {
     UnitModel unit;
     const auto begin = Clock::now();
