@@ -22,7 +22,9 @@ const char* const scenarioGrammar = R"(A scenario is a row of steps, one a line:
   configure CONTAINER KEY VALUE  an entry of the server's configuration, for the next start
   start server                   stop server: SIGTERM, and it must leave in order
   signal NAME                    to the server, such as SIGKILL
-  publish TOPIC [FIELD=VALUE..]  UTCTime, MeridanePNT or EventLog, simulated for this instant
+  publish TOPIC [FIELD=VALUE..]  UTCTime, MeridanePNT, PositionVelocity, GPSTime or EventLog,
+                                 simulated for this instant; GPSTime, unless source=96, for the
+                                 second after, as it belongs to the PositionVelocity
   stream RATE [for TIME]         pairs of UTCTime and MeridanePNT a second, in the background;
                                  without "for", or for 0s, until it is stopped
   stop stream                    wait stream: until its time is over, or Ctrl-C
@@ -366,15 +368,28 @@ bool canRead(const std::string& fields) {
     return fromText(fields, record);
 }
 
+struct PublishedTopic {
+    std::string_view name;
+    bool (*canRead)(const std::string& fields);
+};
+constexpr std::array<PublishedTopic, 5> publishedTopics{{
+    {UtcRecord::topic, &canRead<UtcRecord>},
+    {PntRecord::topic, &canRead<PntRecord>},
+    {PositionVelocityRecord::topic, &canRead<PositionVelocityRecord>},
+    {GpsTimeRecord::topic, &canRead<GpsTimeRecord>},
+    {EventRecord::topic, &canRead<EventRecord>},
+}};
+
 Step::Action publish(Words& words) {
     action::Publish step;
     step.topic = words.take("a topic");
-    bool (*check)(const std::string&) = step.topic == UtcRecord::topic     ? &canRead<UtcRecord>
-                                        : step.topic == PntRecord::topic   ? &canRead<PntRecord>
-                                        : step.topic == EventRecord::topic ? &canRead<EventRecord>
-                                                                           : nullptr;
-    if (check == nullptr) {
-        refuse(inQuotes(step.topic) + " is no topic to publish: UTCTime, MeridanePNT or EventLog");
+    const auto* const topic =
+        std::find_if(publishedTopics.begin(), publishedTopics.end(),
+                     [&step](const auto& entry) { return entry.name == step.topic; });
+    if (topic == publishedTopics.end()) {
+        refuse(inQuotes(step.topic) +
+               " is no topic to publish: UTCTime, MeridanePNT, "
+               "PositionVelocity, GPSTime or EventLog");
     }
     while (!words.empty()) {
         const std::string& word = words.take("a field");
@@ -385,7 +400,8 @@ Step::Action publish(Words& words) {
         const std::string field =
             word.substr(0, equals + 1) + encodeText(std::string_view(word).substr(equals + 1));
         // A blank in the name would make two fields of it.
-        if (encodeText(word.substr(0, equals)) != word.substr(0, equals) || !check(field)) {
+        if (encodeText(word.substr(0, equals)) != word.substr(0, equals) ||
+            !topic->canRead(field)) {
             refuse(inQuotes(word) + " is no field of " + step.topic +
                    ", or its value is no number");
         }
@@ -663,11 +679,22 @@ Scenario Scenario::load(const std::filesystem::path& file, const Variables& give
     return parse(text, file.filename().string(), given);
 }
 
+static bool publishes(const Step& step, std::initializer_list<std::string_view> topics) {
+    const auto* const record = std::get_if<action::Publish>(&step.action);
+    return record != nullptr &&
+           std::find(topics.begin(), topics.end(), record->topic) != topics.end();
+}
+
 bool Scenario::publishesSolutions() const {
     return std::any_of(steps.begin(), steps.end(), [](const Step& step) {
-        const auto* const record = std::get_if<action::Publish>(&step.action);
         return std::holds_alternative<action::Stream>(step.action) ||
-               (record != nullptr && record->topic != EventRecord::topic);
+               publishes(step, {UtcRecord::topic, PntRecord::topic, GpsTimeRecord::topic});
+    });
+}
+
+bool Scenario::publishesAltNavigation() const {
+    return std::any_of(steps.begin(), steps.end(), [](const Step& step) {
+        return publishes(step, {PositionVelocityRecord::topic, GpsTimeRecord::topic});
     });
 }
 

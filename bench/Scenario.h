@@ -139,6 +139,8 @@ struct Scenario {
 
     /// True when a step publishes what the clock device or the fusion navigator do.
     bool publishesSolutions() const;
+    /// The same of the alternate navigation device.
+    bool publishesAltNavigation() const;
 };
 
 }  // namespace bench

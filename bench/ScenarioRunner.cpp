@@ -62,13 +62,16 @@ const char* typeName(std::int64_t eventType) {
                : "unknown type";
 }
 
-bool isOver(TopicPeer::Role role, std::string_view topic) {
+/// Who publishes such a record.
+TopicPeer::Role makerOf(std::string_view topic, std::int64_t source) {
     using Role = TopicPeer::Role;
     if (topic == EventRecord::topic) {
-        return role == Role::EventLogger || role == Role::All;
+        return Role::EventLogger;
     }
-    return role == Role::Both || role == Role::All ||
-           role == (topic == UtcRecord::topic ? Role::ClockDevice : Role::FusionNavigator);
+    if (topic == PntRecord::topic || source == PntRecord::fusionNavigator) {
+        return Role::FusionNavigator;
+    }
+    return topic == UtcRecord::topic ? Role::ClockDevice : Role::AltNavUnit;
 }
 
 }  // namespace
@@ -190,8 +193,13 @@ void ScenarioRunner::startPeers() {
     if (transport_ == "TCP_Client") {
         // Such a server reaches one neighbour, which then is all of them.
         roles = {Role::All};
-    } else if (scenario_.publishesSolutions()) {
-        roles = {Role::ClockDevice, Role::FusionNavigator, Role::EventLogger};
+    } else {
+        if (scenario_.publishesSolutions()) {
+            roles.insert(roles.end(), {Role::ClockDevice, Role::FusionNavigator});
+        }
+        if (scenario_.publishesAltNavigation()) {
+            roles.push_back(Role::AltNavUnit);
+        }
     }
     for (const Role role : roles) {
         peers_.push_back({makePeer(role), 0});
@@ -375,8 +383,9 @@ void ScenarioRunner::publish(Record record, const std::string& fields) {
     if (!fromText(fields, record)) {
         throw StepFailure("cannot read the fields");
     }
+    const TopicPeer::Role maker = makerOf(Record::topic, record.header.source);
     for (const Peer& peer : peers_) {
-        if (isOver(peer.peer->role(), Record::topic)) {
+        if (peer.peer->role() == maker || peer.peer->role() == TopicPeer::Role::All) {
             if (!peer.peer->publish(record)) {
                 throw StepFailure(peer.peer->lastFailure());
             }
@@ -392,6 +401,14 @@ void ScenarioRunner::carryOut(const action::Publish& step) {
         publish(clockAt(instant), step.fields);
     } else if (step.topic == PntRecord::topic) {
         publish(navigatorAt(instant), step.fields);
+    } else if (step.topic == PositionVelocityRecord::topic) {
+        publish(positionAt(instant), step.fields);
+    } else if (step.topic == GpsTimeRecord::topic) {
+        constexpr std::int64_t oneSecond = 1'000'000'000;
+        GpsTimeRecord given;
+        const bool ofMark =
+            fromText(step.fields, given) && given.header.source == PntRecord::fusionNavigator;
+        publish(gpsTimeAt(ofMark ? instant : instant + oneSecond), step.fields);
     } else {
         EventRecord event;
         event.header.setTag(instant);
@@ -407,7 +424,8 @@ void ScenarioRunner::carryOut(const action::Stream& step) {
     }
     const auto schedule = TopicPeer::Schedule::fromNow(step.rate, count, streamDelay_);
     for (Peer& peer : peers_) {
-        if (peer.peer->role() == TopicPeer::Role::EventLogger) {
+        const TopicPeer::Role role = peer.peer->role();
+        if (role == TopicPeer::Role::EventLogger || role == TopicPeer::Role::AltNavUnit) {
             continue;
         }
         if (!peer.peer->run(schedule)) {

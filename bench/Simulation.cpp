@@ -103,6 +103,47 @@ PntRecord navigatorAt(std::int64_t utcNanoseconds) {
     return record;
 }
 
+GpsTimeRecord gpsTimeAt(std::int64_t utcNanoseconds) {
+    const UtcRecord clock = clockAt(utcNanoseconds);
+    GpsTimeRecord record;
+    record.header.setTag(utcNanoseconds);
+    record.gpsTowSeconds = clock.gpsTowSeconds;
+    record.gpsTowNanoseconds = clock.gpsTowNanoseconds;
+    record.gpsWeek = clock.gpsWeek;
+    record.timeVariance = clock.timeVariance;
+    return record;
+}
+
+PositionVelocityRecord positionAt(std::int64_t utcNanoseconds) {
+    const PntRecord pnt = navigatorAt(utcNanoseconds);
+    const Geodetic position = toGeodetic(pnt.positionX, pnt.positionY, pnt.positionZ);
+    PositionVelocityRecord record;
+    record.header.setTag(utcNanoseconds);
+    record.latitude = position.latitude * degree;
+    record.longitude = position.longitude * degree;
+    record.altitude = position.altitude;
+
+    const double sinLat = std::sin(record.latitude);
+    const double cosLat = std::cos(record.latitude);
+    const double sinLon = std::sin(record.longitude);
+    const double cosLon = std::cos(record.longitude);
+    const double outward = cosLon * pnt.velocityX + sinLon * pnt.velocityY;  // from the axis
+    record.velocityNorth = cosLat * pnt.velocityZ - sinLat * outward;
+    record.velocityEast = cosLon * pnt.velocityY - sinLon * pnt.velocityX;
+    record.velocityDown = -cosLat * outward - sinLat * pnt.velocityZ;
+
+    constexpr double positionError = 30.0 / earthRadius;  // rad, 30 m
+    record.latitudeVariance = positionError * positionError;
+    record.longitudeVariance = 2 * positionError * positionError;
+    record.latitudeLongitudeCovariance = 0.25 * positionError * positionError;
+    record.altitudeVariance = 400;
+    record.velocityNorthVariance = 0.25;
+    record.velocityEastVariance = 0.5;
+    record.velocityNorthEastCovariance = 0.125;
+    record.velocityDownVariance = 1;
+    return record;
+}
+
 Geodetic toGeodetic(double x, double y, double z) {
     const double fromAxis = std::hypot(x, y);
     double latitude = std::atan2(z, fromAxis * (1 - eccentricity2));

@@ -18,6 +18,13 @@ UtcRecord clockAt(std::int64_t utcNanoseconds);
 /// The fusion navigator's record for the same instant.
 PntRecord navigatorAt(std::int64_t utcNanoseconds);
 
+/// GPS time at an instant, as the alternate navigation device tells it.
+GpsTimeRecord gpsTimeAt(std::int64_t utcNanoseconds);
+
+/// The alternate navigation device's position at the same instant; the GPSTime that belongs to it
+/// is the one of a second later.
+PositionVelocityRecord positionAt(std::int64_t utcNanoseconds);
+
 /// Geodetic position on the WGS 84 ellipsoid: degrees and metres.
 struct Geodetic {
     double latitude = 0;

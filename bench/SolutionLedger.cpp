@@ -17,6 +17,9 @@ SolutionLedger::Pair& SolutionLedger::entry(std::int64_t tag) {
 }
 
 void SolutionLedger::published(const Publication<UtcRecord>& publication) {
+    if (publication.record.header.source != UtcRecord::clockDevice) {
+        return;  // the navigator's, or nobody's: no side of a solution
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     Pair& pair = entry(publication.record.header.tag());
     pair.utc = publication;

@@ -42,6 +42,7 @@ public:
         }
     };
 
+    /// Only the clock device's records are a side of a pair.
     void published(const Publication<UtcRecord>& publication);
     void published(const Publication<PntRecord>& publication);
     void received(const LoggedFrame& frame);

@@ -2,7 +2,9 @@
 
 #include <iomanip>
 #include <sstream>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "bench/TopicPeerProtocol.h"
 
@@ -26,6 +28,8 @@ const char* nameOf(TopicPeer::Role role) {
             return "FusionNavigator";
         case TopicPeer::Role::Both:
             return "ClockAndNavigator";
+        case TopicPeer::Role::AltNavUnit:
+            return "AltNavUnit";
         case TopicPeer::Role::EventLogger:
             return "EventLogger";
         case TopicPeer::Role::HumanInterface:
@@ -34,6 +38,43 @@ const char* nameOf(TopicPeer::Role role) {
             return "AllPeers";
     }
     return "";
+}
+
+/// What a role has to do with the topics.
+struct Topics {
+    std::vector<std::string_view> published;
+    std::vector<std::string_view> scheduled;  ///< of these, what `run` publishes
+    std::vector<std::string_view> watched;
+};
+
+Topics topicsOf(TopicPeer::Role role) {
+    constexpr std::string_view utc = UtcRecord::topic;
+    constexpr std::string_view pnt = PntRecord::topic;
+    constexpr std::string_view gpsTime = GpsTimeRecord::topic;
+    constexpr std::string_view position = PositionVelocityRecord::topic;
+    constexpr std::string_view event = EventRecord::topic;
+    constexpr std::string_view fault = MaintenanceRecord::topic;
+    constexpr std::string_view command = CommandRecord::topic;
+    constexpr std::string_view response = ResponseRecord::topic;
+    switch (role) {
+        case TopicPeer::Role::ClockDevice:
+            return {{utc}, {utc}, {}};
+        case TopicPeer::Role::FusionNavigator:
+            return {{pnt, utc, gpsTime}, {pnt}, {}};
+        case TopicPeer::Role::Both:
+            return {{utc, pnt}, {utc, pnt}, {}};
+        case TopicPeer::Role::AltNavUnit:
+            return {{position, gpsTime}, {position, gpsTime}, {}};
+        case TopicPeer::Role::EventLogger:
+            return {{event}, {}, {event, fault}};
+        case TopicPeer::Role::HumanInterface:
+            return {{command, response}, {}, {command, response}};
+        case TopicPeer::Role::All:
+            return {{utc, pnt, gpsTime, position, event, command, response},
+                    {utc, pnt},
+                    {event, fault, command, response}};
+    }
+    return {};
 }
 
 /// Hands the record that the fields tell to `handler`; false when they tell none.
@@ -91,25 +132,14 @@ TopicPeer::TopicPeer(Options options) : options_(std::move(options)) {
     const auto add = [&child](const char* option, std::string_view topic) {
         child.arguments.insert(child.arguments.end(), {option, std::string(topic)});
     };
-    const Role role = options_.role;
-    if (role == Role::ClockDevice || role == Role::Both || role == Role::All) {
-        add("--topic", UtcRecord::topic);
+    const Topics topics = topicsOf(options_.role);
+    for (const std::string_view topic : topics.published) {
+        add("--topic", topic);
     }
-    if (role == Role::FusionNavigator || role == Role::Both || role == Role::All) {
-        add("--topic", PntRecord::topic);
+    for (const std::string_view topic : topics.watched) {
+        add("--watch", topic);
     }
-    if (role == Role::EventLogger || role == Role::All) {
-        add("--topic", EventRecord::topic);
-        add("--watch", EventRecord::topic);
-        add("--watch", MaintenanceRecord::topic);
-    }
-    if (role == Role::HumanInterface || role == Role::All) {
-        for (const std::string_view topic : {CommandRecord::topic, ResponseRecord::topic}) {
-            add("--topic", topic);
-            add("--watch", topic);
-        }
-    }
-    add("--name", nameOf(role));
+    add("--name", nameOf(options_.role));
     child.lineHandler = [this](const std::string& line) { return takeLine(line); };
     process_ = std::make_unique<PeerProcess>(options_.program, std::move(child));
 }
@@ -149,12 +179,11 @@ bool TopicPeer::takePublication(std::istream& words) {
         keep(clock_, publication, options_.keptPublications);
         return true;
     }
-    if (topic == EventRecord::topic || topic == CommandRecord::topic ||
-        topic == ResponseRecord::topic) {
-        return true;  // nobody asks for these
+    if (topic != PntRecord::topic) {
+        return true;  // nobody asks for the others
     }
     Publication<PntRecord> publication{{}, when};
-    if (topic != PntRecord::topic || !fromText(fields, publication.record)) {
+    if (!fromText(fields, publication.record)) {
         return false;
     }
     if (options_.onNavigator) {
@@ -185,6 +214,14 @@ bool TopicPeer::publish(const PntRecord& record) {
     return process_->request(publishRequest(record));
 }
 
+bool TopicPeer::publish(const GpsTimeRecord& record) {
+    return process_->request(publishRequest(record));
+}
+
+bool TopicPeer::publish(const PositionVelocityRecord& record) {
+    return process_->request(publishRequest(record));
+}
+
 bool TopicPeer::publish(const EventRecord& record) {
     return process_->request(publishRequest(record));
 }
@@ -206,6 +243,9 @@ bool TopicPeer::run(const Schedule& schedule) {
     std::ostringstream text;
     text << std::setprecision(17) << "run " << schedule.rate << ' ' << schedule.count << ' '
          << nanoseconds(schedule.start.time_since_epoch()) << ' ' << schedule.utcStart;
+    for (const std::string_view topic : topicsOf(options_.role).scheduled) {
+        text << ' ' << topic;
+    }
     return process_->request(text.str());
 }
 

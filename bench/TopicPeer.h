@@ -26,7 +26,8 @@ struct Publication {
 };
 
 /// A neighbour of the server on the topics, in a process of its own: the clock device, the fusion
-/// navigator, the event logger, the human interface, or several in one. The event logger reads
+/// navigator, the alternate navigation device, the event logger, the human interface, or several in
+/// one. The navigator can tell UTCTime and GPSTime beside its solution. The event logger reads
 /// EventLog and MaintenanceEvent, what was kept for late readers too, and can publish lines of its
 /// own, which it does not hear; the human interface does the same with Command and Response. All
 /// operations may be called from any thread.
@@ -36,7 +37,8 @@ public:
     enum class Role {
         ClockDevice,
         FusionNavigator,
-        Both,  ///< clock device and fusion navigator
+        Both,  ///< clock device and fusion navigator, solutions only
+        AltNavUnit,
         EventLogger,
         HumanInterface,
         All
@@ -80,12 +82,16 @@ public:
     /// Publishes one record; its sequence number is the peer's own. False when the peer could not.
     bool publish(const UtcRecord& record);
     bool publish(const PntRecord& record);
+    bool publish(const GpsTimeRecord& record);
+    bool publish(const PositionVelocityRecord& record);
     bool publish(const EventRecord& record);
     bool publish(const CommandRecord& record);
     bool publish(const ResponseRecord& record);
 
-    /// A row of records: `count` (0 for no end) instants, `rate` a second. Peers that are given
-    /// the same schedule publish records with the same time tags.
+    /// A row of records: `count` (0 for no end) instants, `rate` a second. The clock device
+    /// publishes UTCTime, the navigator MeridanePNT, the alternate navigation device a pair that
+    /// belongs together. Peers that are given the same schedule publish records with the same time
+    /// tags.
     struct Schedule {
         double rate = 10;
         std::int64_t count = 0;

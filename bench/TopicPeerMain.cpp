@@ -1,6 +1,6 @@
-// zephon-topic-peer: one participant of its own that publishes what the clock device and the
-// fusion navigator publish, and reads and writes the event log, commands and their answers.
-// Requests come on standard input (TopicPeerProtocol.h).
+// zephon-topic-peer: one participant of its own that publishes what the clock device, the fusion
+// navigator and the alternate navigation device publish, and reads and writes the event log,
+// commands and their answers. Requests come on standard input (TopicPeerProtocol.h).
 
 #include <algorithm>
 #include <array>
@@ -37,8 +37,10 @@
 
 #include "aspn2_msgs/CommandResponse.h"
 #include "aspn2_msgs/EventLog.h"
+#include "aspn2_msgs/GPSTime.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/MeridanePNT.h"
+#include "aspn2_msgs/PositionVelocity.h"
 #include "aspn2_msgs/TopicTypes.h"
 #include "aspn2_msgs/UTCTime.h"
 #include "bench/PeerProgram.h"
@@ -117,6 +119,35 @@ idl::MeridanePNT makeMessage(const PntRecord& plain) {
     return message;
 }
 
+idl::GPSTime makeMessage(const GpsTimeRecord& plain) {
+    idl::GPSTime message;
+    message.header(makeHeader(plain.header));
+    message.gps_tow_sec(static_cast<std::int32_t>(plain.gpsTowSeconds));
+    message.gps_tow_nsec(plain.gpsTowNanoseconds);
+    message.gps_week(static_cast<std::int32_t>(plain.gpsWeek));
+    message.covariance()[0][0] = plain.timeVariance;
+    return message;
+}
+
+idl::PositionVelocity makeMessage(const PositionVelocityRecord& plain) {
+    idl::PositionVelocity message;
+    message.header(makeHeader(plain.header));
+    message.position().latitude(plain.latitude);
+    message.position().longitude(plain.longitude);
+    message.position().altitude(plain.altitude);
+    message.velocity() = {plain.velocityNorth, plain.velocityEast, plain.velocityDown};
+    auto& covariance = message.covariance();
+    covariance[0][0] = plain.latitudeVariance;
+    covariance[1][1] = plain.longitudeVariance;
+    covariance[0][1] = covariance[1][0] = plain.latitudeLongitudeCovariance;
+    covariance[2][2] = plain.altitudeVariance;
+    covariance[3][3] = plain.velocityNorthVariance;
+    covariance[4][4] = plain.velocityEastVariance;
+    covariance[3][4] = covariance[4][3] = plain.velocityNorthEastCovariance;
+    covariance[5][5] = plain.velocityDownVariance;
+    return message;
+}
+
 idl::EventLog makeMessage(const EventRecord& plain) {
     idl::EventLog message;
     message.header(makeHeader(plain.header));
@@ -181,7 +212,8 @@ bool withRecordOf(std::string_view topic, Action action) {
         }
         return same;
     };
-    return attempt(UtcRecord()) || attempt(PntRecord()) || attempt(EventRecord()) ||
+    return attempt(UtcRecord()) || attempt(PntRecord()) || attempt(GpsTimeRecord()) ||
+           attempt(PositionVelocityRecord()) || attempt(EventRecord()) ||
            attempt(CommandRecord()) || attempt(ResponseRecord());
 }
 
@@ -411,18 +443,34 @@ std::string waitForWriters(const Watches& watches, int count, Clock::time_point 
     return {};
 }
 
+/// Publishes what the topic's maker tells of an instant (UTC, nanoseconds).
+bool publishAt(Topic& topic, std::int64_t instant) {
+    constexpr std::int64_t oneSecond = 1'000'000'000;
+    if (topic.name() == UtcRecord::topic) {
+        return topic.publish(clockAt(instant));
+    }
+    if (topic.name() == PntRecord::topic) {
+        return topic.publish(navigatorAt(instant));
+    }
+    if (topic.name() == PositionVelocityRecord::topic) {
+        return topic.publish(positionAt(instant));
+    }
+    return topic.name() == GpsTimeRecord::topic && topic.publish(gpsTimeAt(instant + oneSecond));
+}
+
 /// The running schedule, on a thread of its own.
 class Schedule {
 public:
-    explicit Schedule(std::vector<std::unique_ptr<Topic>>& topics) : topics_(topics) {}
+    Schedule() = default;
     ~Schedule() { stop(); }
     Schedule(const Schedule&) = delete;
     Schedule& operator=(const Schedule&) = delete;
 
-    void start(double rate, std::int64_t count, std::int64_t begin, std::int64_t utc) {
+    void start(std::vector<Topic*> topics, double rate, std::int64_t count, std::int64_t begin,
+               std::int64_t utc) {
         stop();
         stop_ = false;
-        thread_ = std::thread([=] { run(rate, count, begin, utc); });
+        thread_ = std::thread([=] { run(topics, rate, count, begin, utc); });
     }
 
     void stop() {
@@ -437,7 +485,8 @@ public:
     }
 
 private:
-    void run(double rate, std::int64_t count, std::int64_t begin, std::int64_t utc) {
+    void run(const std::vector<Topic*>& topics, double rate, std::int64_t count, std::int64_t begin,
+             std::int64_t utc) {
         for (std::int64_t tick = 0; count == 0 || tick < count; ++tick) {
             const auto offset = static_cast<std::int64_t>(static_cast<double>(tick) * 1e9 / rate);
             const Clock::time_point due{std::chrono::nanoseconds(begin + offset)};
@@ -447,14 +496,8 @@ private:
                     break;
                 }
             }
-            for (const auto& topic : topics_) {
-                const bool clock = topic->name() == UtcRecord::topic;
-                if (!clock && topic->name() != PntRecord::topic) {
-                    continue;
-                }
-                const bool written = clock ? topic->publish(clockAt(utc + offset))
-                                           : topic->publish(navigatorAt(utc + offset));
-                if (!written) {
+            for (Topic* const topic : topics) {
+                if (!publishAt(*topic, utc + offset)) {
                     std::cerr << "cannot publish " << topic->name() << std::endl;
                 }
             }
@@ -462,7 +505,6 @@ private:
         say(std::string(peerProtocol::done));
     }
 
-    std::vector<std::unique_ptr<Topic>>& topics_;
     std::mutex mutex_;
     std::condition_variable changed_;
     bool stop_ = false;  // guarded by mutex_
@@ -487,6 +529,11 @@ std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& top
                    Watches& watches, Schedule& schedule) {
     std::string verb;
     words >> verb;
+    const auto find = [&topics](std::string_view name) {
+        const auto found = std::find_if(topics.begin(), topics.end(),
+                                        [&](const auto& topic) { return topic->name() == name; });
+        return found == topics.end() ? nullptr : found->get();
+    };
     if (verb == "match" || verb == "writers") {
         int count = 0;
         std::int64_t milliseconds = 0;
@@ -507,12 +554,8 @@ std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& top
         std::string name;
         std::string fields;
         std::getline(words >> name, fields);
-        for (const auto& topic : topics) {
-            if (topic->name() == name) {
-                return publishText(*topic, fields);
-            }
-        }
-        return "no topic " + name;
+        Topic* const topic = find(name);
+        return topic == nullptr ? "no topic " + name : publishText(*topic, fields);
     }
     if (verb == "run") {
         double rate = 0;
@@ -523,7 +566,15 @@ std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& top
         if (!words || !(rate > 0)) {
             return "run needs rate, count, start and time";
         }
-        schedule.start(rate, count, begin, utc);
+        std::vector<Topic*> scheduled;
+        for (std::string name; words >> name;) {
+            Topic* const topic = find(name);
+            if (topic == nullptr) {
+                return "no topic " + name;
+            }
+            scheduled.push_back(topic);
+        }
+        schedule.start(std::move(scheduled), rate, count, begin, utc);
         return {};
     }
     if (verb == "stop") {
@@ -553,6 +604,10 @@ int run(const Options& options) {
     idl::MaintenanceEventPubSubType maintenanceType;
     rtps::Domain::registerType(participant, &eventType);
     rtps::Domain::registerType(participant, &maintenanceType);
+    idl::GPSTimePubSubType gpsTimeType;
+    idl::PositionVelocityPubSubType positionVelocityType;
+    rtps::Domain::registerType(participant, &gpsTimeType);
+    rtps::Domain::registerType(participant, &positionVelocityType);
     idl::CommandResponsePubSubType commandType;
     rtps::Domain::registerType(participant, &commandType);
     {
@@ -564,7 +619,7 @@ int run(const Options& options) {
         for (const std::string& name : options.topics) {
             topics.push_back(std::make_unique<Topic>(participant, options, name));
         }
-        Schedule schedule(topics);
+        Schedule schedule;
         say(std::string(peerProtocol::ready));
         peerProgram::serve(
             [&](std::istream& words) { return handle(words, topics, watches, schedule); });
@@ -590,7 +645,8 @@ int main(int argc, char** argv) {
     app.add_option("--depth", options.historyDepth, "History depth");
     app.add_flag("--best-effort", options.bestEffort, "Publish without acknowledgement");
     app.add_option("--topic", options.topics, "Topic to publish; may be given several times")
-        ->check(CLI::IsMember({"UTCTime", "MeridanePNT", "EventLog", "Command", "Response"}));
+        ->check(CLI::IsMember({"UTCTime", "MeridanePNT", "GPSTime", "PositionVelocity", "EventLog",
+                               "Command", "Response"}));
     app.add_option("--watch", options.watched, "Topic to read; may be given several times")
         ->check(CLI::IsMember({"EventLog", "MaintenanceEvent", "Command", "Response"}));
     CLI11_PARSE(app, argc, argv);

@@ -11,10 +11,11 @@ namespace bench {
 ///     match COUNT MILLISECONDS      waits until each topic has COUNT readers that know of it
 ///     writers COUNT MILLISECONDS    waits until each topic that is read has COUNT writers
 ///     publish TOPIC FIELD=VALUE...  publishes one record
-///     run RATE COUNT START UTC      publishes COUNT records (0: without end) of the clock device
-///                                   and the fusion navigator, RATE a second each, from the
-///                                   CLOCK_MONOTONIC instant START on, which is simulated as the
-///                                   instant UTC (nanoseconds both)
+///     run RATE COUNT START UTC TOPIC...
+///                                   publishes COUNT records (0: without end) on each of these
+///                                   topics, RATE a second, from the CLOCK_MONOTONIC instant START
+///                                   on, which is simulated as the instant UTC (nanoseconds both);
+///                                   GPSTime as it belongs to the PositionVelocity, a second later
 ///     stop                          ends a run
 ///
 /// Answers: "answer <number> ok" or "answer <number> failed <why>". The end of the standard input

@@ -60,6 +60,38 @@ constexpr std::array<Field<PntRecord, double>, 25> pntFields{{
     {"assurance", &PntRecord::assurance},
 }};
 
+constexpr std::array<Field<GpsTimeRecord, double>, 8> gpsTimeFields{{
+    {"seq", &RecordHeader::sequence},
+    {"tag_sec", &RecordHeader::tagSeconds},
+    {"tag_nsec", &RecordHeader::tagNanoseconds},
+    {"source", &RecordHeader::source},
+    {"gps_tow_sec", &GpsTimeRecord::gpsTowSeconds},
+    {"gps_tow_nsec", &GpsTimeRecord::gpsTowNanoseconds},
+    {"gps_week", &GpsTimeRecord::gpsWeek},
+    {"variance", &GpsTimeRecord::timeVariance},
+}};
+
+constexpr std::array<Field<PositionVelocityRecord, double>, 18> positionVelocityFields{{
+    {"seq", &RecordHeader::sequence},
+    {"tag_sec", &RecordHeader::tagSeconds},
+    {"tag_nsec", &RecordHeader::tagNanoseconds},
+    {"source", &RecordHeader::source},
+    {"lat", &PositionVelocityRecord::latitude},
+    {"lon", &PositionVelocityRecord::longitude},
+    {"alt", &PositionVelocityRecord::altitude},
+    {"vn", &PositionVelocityRecord::velocityNorth},
+    {"ve", &PositionVelocityRecord::velocityEast},
+    {"vd", &PositionVelocityRecord::velocityDown},
+    {"lat_variance", &PositionVelocityRecord::latitudeVariance},
+    {"lon_variance", &PositionVelocityRecord::longitudeVariance},
+    {"lat_lon_covariance", &PositionVelocityRecord::latitudeLongitudeCovariance},
+    {"alt_variance", &PositionVelocityRecord::altitudeVariance},
+    {"vn_variance", &PositionVelocityRecord::velocityNorthVariance},
+    {"ve_variance", &PositionVelocityRecord::velocityEastVariance},
+    {"vn_ve_covariance", &PositionVelocityRecord::velocityNorthEastCovariance},
+    {"vd_variance", &PositionVelocityRecord::velocityDownVariance},
+}};
+
 constexpr std::array<Field<EventRecord, std::string>, 10> eventFields{{
     {"seq", &RecordHeader::sequence},
     {"tag_sec", &RecordHeader::tagSeconds},
@@ -224,6 +256,12 @@ std::string toText(const UtcRecord& record) {
 std::string toText(const PntRecord& record) {
     return write(record, pntFields);
 }
+std::string toText(const GpsTimeRecord& record) {
+    return write(record, gpsTimeFields);
+}
+std::string toText(const PositionVelocityRecord& record) {
+    return write(record, positionVelocityFields);
+}
 std::string toText(const EventRecord& record) {
     return write(record, eventFields);
 }
@@ -238,6 +276,12 @@ bool fromText(std::string_view text, UtcRecord& record) {
 }
 bool fromText(std::string_view text, PntRecord& record) {
     return read(text, record, pntFields);
+}
+bool fromText(std::string_view text, GpsTimeRecord& record) {
+    return read(text, record, gpsTimeFields);
+}
+bool fromText(std::string_view text, PositionVelocityRecord& record) {
+    return read(text, record, positionVelocityFields);
 }
 bool fromText(std::string_view text, EventRecord& record) {
     return read(text, record, eventFields);

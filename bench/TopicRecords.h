@@ -32,7 +32,7 @@ struct RecordHeader {
     }
 };
 
-/// What the clock device tells: the record UTCTime.
+/// The record UTCTime: what the clock device tells, and the fusion navigator too.
 struct UtcRecord {
     static constexpr std::int64_t clockDevice = 36;
     static constexpr std::string_view topic = "UTCTime";
@@ -73,6 +73,41 @@ struct PntRecord {
     double utcTime = 0;
     double timeError = 0;
     std::int64_t assurance = 0;
+};
+
+/// The record GPSTime: what the alternate navigation device tells of the second after a position,
+/// and the fusion navigator of a time mark.
+struct GpsTimeRecord {
+    static constexpr std::int64_t altNavigation = 38;
+    static constexpr std::string_view topic = "GPSTime";
+
+    RecordHeader header{0, 0, 0, altNavigation};
+    std::int64_t gpsTowSeconds = 0;
+    double gpsTowNanoseconds = 0;
+    std::int64_t gpsWeek = 0;
+    double timeVariance = 0;  ///< first element of the covariance, s^2
+};
+
+/// What the alternate navigation device tells: the record PositionVelocity. Radians, metres and
+/// metres per second; of the covariance what the unit is told.
+struct PositionVelocityRecord {
+    static constexpr std::string_view topic = "PositionVelocity";
+
+    RecordHeader header{0, 0, 0, GpsTimeRecord::altNavigation};
+    double latitude = 0;
+    double longitude = 0;
+    double altitude = 0;
+    double velocityNorth = 0;
+    double velocityEast = 0;
+    double velocityDown = 0;
+    double latitudeVariance = 0;
+    double longitudeVariance = 0;
+    double latitudeLongitudeCovariance = 0;
+    double altitudeVariance = 0;
+    double velocityNorthVariance = 0;
+    double velocityEastVariance = 0;
+    double velocityNorthEastCovariance = 0;
+    double velocityDownVariance = 0;
 };
 
 /// A line of the event log: the record EventLog.
@@ -128,6 +163,8 @@ struct ResponseRecord : CommandFields {
 
 std::string toText(const UtcRecord& record);
 std::string toText(const PntRecord& record);
+std::string toText(const GpsTimeRecord& record);
+std::string toText(const PositionVelocityRecord& record);
 std::string toText(const EventRecord& record);
 std::string toText(const MaintenanceRecord& record);
 std::string toText(const CommandFields& record);
@@ -136,6 +173,8 @@ std::string toText(const CommandFields& record);
 /// the record or a value is no number.
 bool fromText(std::string_view text, UtcRecord& record);
 bool fromText(std::string_view text, PntRecord& record);
+bool fromText(std::string_view text, GpsTimeRecord& record);
+bool fromText(std::string_view text, PositionVelocityRecord& record);
 bool fromText(std::string_view text, EventRecord& record);
 bool fromText(std::string_view text, MaintenanceRecord& record);
 bool fromText(std::string_view text, CommandFields& record);

@@ -101,6 +101,21 @@ TEST_F(ScenarioRunnerTest, PublishedPairGivesItsFrame) {
     EXPECT_EQ(figures.links[0].framesById.at(15050), 1U);
 }
 
+TEST_F(ScenarioRunnerTest, PublishedPositionAndItsTimeGiveTheAlternateNavigation) {
+    prepare(running +
+            "publish PositionVelocity\n"
+            "publish GPSTime source=96\n"
+            "publish UTCTime source=96\n"
+            "expect no link1 frame 15052 within 100ms\n"
+            "at 0s publish PositionVelocity\n"
+            "at 0s publish GPSTime\n"
+            "expect link1 frame 15052 flags=0x9000 7\n"
+            "expect no link1 frame 15050 within 0s\n");
+    expectDone();
+    EXPECT_EQ(runner->figures().links[0].framesById.at(15052), 1U);
+    EXPECT_EQ(runner->figures().totals.records, 0U) << "no side of a solution";
+}
+
 TEST_F(ScenarioRunnerTest, StreamGivesOneRightFrameForEachPair) {
     prepare(running +
             "stream 10 for 500ms\n"

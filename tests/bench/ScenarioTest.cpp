@@ -96,6 +96,13 @@ TEST(Scenario, ReadsPublications) {
     EXPECT_EQ(utc.topic, "UTCTime");
     EXPECT_EQ(utc.fields, "gps_week=2332 variance=1e-3");
     EXPECT_EQ(actionOf<action::Publish>("publish MeridanePNT").fields, "");
+    EXPECT_EQ(actionOf<action::Publish>("publish UTCTime source=96").fields, "source=96");
+    const auto time = actionOf<action::Publish>("publish GPSTime source=96 variance=nan");
+    EXPECT_EQ(time.topic, "GPSTime");
+    EXPECT_EQ(time.fields, "source=96 variance=nan");
+    const auto position = actionOf<action::Publish>("publish PositionVelocity vn_variance=inf");
+    EXPECT_EQ(position.topic, "PositionVelocity");
+    EXPECT_EQ(position.fields, "vn_variance=inf");
     const auto event = actionOf<action::Publish>(
         R"(publish EventLog source=39 type=3 text="100 % = \"all\" \\ # lost")");
     EventRecord record;
@@ -218,8 +225,17 @@ TEST(Scenario, KnowsWhetherSolutionsArePublished) {
     EXPECT_TRUE(parse("stream 10").publishesSolutions());
     EXPECT_TRUE(parse("start server\npublish UTCTime").publishesSolutions());
     EXPECT_TRUE(parse("publish MeridanePNT").publishesSolutions());
+    EXPECT_TRUE(parse("publish GPSTime source=96").publishesSolutions());
+    EXPECT_FALSE(parse("publish PositionVelocity").publishesSolutions());
     EXPECT_FALSE(parse("publish EventLog text=x").publishesSolutions());
     EXPECT_FALSE(parse("start server").publishesSolutions());
+}
+
+TEST(Scenario, KnowsWhetherAlternateNavigationIsPublished) {
+    EXPECT_TRUE(parse("start server\npublish PositionVelocity").publishesAltNavigation());
+    EXPECT_TRUE(parse("publish GPSTime").publishesAltNavigation());
+    EXPECT_FALSE(parse("stream 10\npublish UTCTime").publishesAltNavigation());
+    EXPECT_FALSE(parse("publish EventLog text=x").publishesAltNavigation());
 }
 
 TEST(Scenario, TellsTheLineOfAnError) {
@@ -250,7 +266,11 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
         {"reconnect 1", "\"1\" is no link: link1, link2 or link3"},
         {"publish", "a topic is missing"},
         {"publish BitReport",
-         "\"BitReport\" is no topic to publish: UTCTime, MeridanePNT or EventLog"},
+         "\"BitReport\" is no topic to publish: UTCTime, MeridanePNT, PositionVelocity, GPSTime or "
+         "EventLog"},
+        {"publish PositionVelocity x=1",
+         "\"x=1\" is no field of PositionVelocity, or its value is no number"},
+        {"publish GPSTime lat=1", "\"lat=1\" is no field of GPSTime, or its value is no number"},
         {"publish UTCTime now", "\"now\" is no FIELD=VALUE"},
         {"publish UTCTime x=1", "\"x=1\" is no field of UTCTime, or its value is no number"},
         {"publish UTCTime gps_week=1.5",

@@ -46,6 +46,32 @@ TEST(Simulation, VelocityIsTheChangeOfThePosition) {
     EXPECT_NEAR((after.positionZ - before.positionZ) / 1e-3, now.velocityZ, 0.01);
 }
 
+TEST(Simulation, GpsTimeIsThatOfTheClock) {
+    const GpsTimeRecord time = gpsTimeAt(1726358400 * second + 250'000'000);
+    EXPECT_EQ(time.gpsWeek, 2332);
+    EXPECT_EQ(time.gpsTowSeconds, 18);
+    EXPECT_EQ(time.gpsTowNanoseconds, 250e6);
+    EXPECT_EQ(time.header.tag(), 1726358400 * second + 250'000'000);
+    EXPECT_EQ(time.header.source, 38);
+}
+
+TEST(Simulation, AlternateNavigationTellsTheSamePlaceAndVelocity) {
+    for (std::int64_t t = 1726358400; t < 1726358400 + 120; t += 7) {
+        const PntRecord pnt = navigatorAt(t * second);
+        const Geodetic place = toGeodetic(pnt.positionX, pnt.positionY, pnt.positionZ);
+        const PositionVelocityRecord position = positionAt(t * second);
+        EXPECT_EQ(position.header.tag(), pnt.header.tag());
+        EXPECT_EQ(position.header.source, 38);
+        EXPECT_NEAR(position.latitude * 180 / M_PI, place.latitude, 1e-9);
+        EXPECT_NEAR(position.longitude * 180 / M_PI, place.longitude, 1e-9);
+        EXPECT_NEAR(position.altitude, place.altitude, 1e-6);
+        // 120 m/s on the heading; north and east bend a little over the circle.
+        EXPECT_NEAR(position.velocityNorth, 120 * std::cos(pnt.heading), 0.1);
+        EXPECT_NEAR(position.velocityEast, 120 * std::sin(pnt.heading), 0.1);
+        EXPECT_NEAR(position.velocityDown, 0, 0.1);
+    }
+}
+
 TEST(Simulation, GeodeticOfKnownPlaces) {
     const Geodetic equator = toGeodetic(6378137.0 + 100, 0, 0);
     EXPECT_NEAR(equator.latitude, 0, 1e-9);

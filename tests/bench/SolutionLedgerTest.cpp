@@ -55,6 +55,17 @@ TEST_F(SolutionLedgerTest, JudgesAPairAndItsFrame) {
     EXPECT_EQ(ledger.lastSolution()->gpsWeek, 2332);
 }
 
+TEST_F(SolutionLedgerTest, TimeOfAnotherSourceIsNoSideOfAPair) {
+    UtcRecord ofNavigator = clockAt(instant(1));
+    ofNavigator.header.source = PntRecord::fusionNavigator;
+    ledger.published(Publication<UtcRecord>{ofNavigator, base});
+    publishNavigator(1);
+    EXPECT_EQ(ledger.totals().records, 1U);
+    EXPECT_EQ(ledger.totals().pairs, 0U);
+    publishClock(1);
+    EXPECT_EQ(ledger.totals().pairs, 1U);
+}
+
 TEST_F(SolutionLedgerTest, FrameMayComeBeforeTheReportOfItsPair) {
     receive(frame(1));
     publishClock(1);

@@ -15,8 +15,10 @@
 #include <fastrtps/subscriber/SubscriberListener.h>
 #include <gtest/gtest.h>
 
+#include "aspn2_msgs/GPSTime.h"
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "aspn2_msgs/MeridanePNT.h"
+#include "aspn2_msgs/PositionVelocity.h"
 #include "aspn2_msgs/TopicTypes.h"
 #include "aspn2_msgs/UTCTime.h"
 #include "bench/DomainLock.h"
@@ -71,10 +73,11 @@ private:
     std::vector<Message> messages_;
 };
 
-/// The server's place on the topics: one participant with a reader of each.
+/// The server's place on the topics: one participant with a reader of each, of GPSTime and
+/// PositionVelocity if asked for.
 class Listener {
 public:
-    Listener(const TopicPeer::Options& options, bool backFill) {
+    Listener(const TopicPeer::Options& options, bool backFill, bool altNavigation = false) {
         rtps::ParticipantAttributes attributes;
         attributes.domainId = options.domain;
         attributes.rtps.useBuiltinTransports = false;
@@ -96,6 +99,12 @@ public:
         rtps::Domain::registerType(participant_, &pntType_);
         listen(options, backFill, "UTCTime", &utc);
         listen(options, backFill, "MeridanePNT", &pnt);
+        if (altNavigation) {
+            rtps::Domain::registerType(participant_, &gpsTimeType_);
+            rtps::Domain::registerType(participant_, &positionType_);
+            listen(options, backFill, "GPSTime", &gpsTime);
+            listen(options, backFill, "PositionVelocity", &position);
+        }
     }
     ~Listener() { rtps::Domain::removeParticipant(participant_); }
     Listener(const Listener&) = delete;
@@ -103,6 +112,8 @@ public:
 
     Reader<idl::UTCTime> utc;
     Reader<idl::MeridanePNT> pnt;
+    Reader<idl::GPSTime> gpsTime;
+    Reader<idl::PositionVelocity> position;
 
 private:
     void listen(const TopicPeer::Options& options, bool backFill, const std::string& topic,
@@ -123,6 +134,8 @@ private:
     rtps::Participant* participant_ = nullptr;
     idl::UTCTimePubSubType utcType_;
     idl::MeridanePNTPubSubType pntType_;
+    idl::GPSTimePubSubType gpsTimeType_;
+    idl::PositionVelocityPubSubType positionType_;
 };
 
 /// A writer of one topic in this process, on shared memory.
@@ -236,10 +249,95 @@ TEST_F(TopicPeerTest, VolatileReaderMissesNothingAfterTheMatchOnUdp) {
     expectDelivery();
 }
 
+// A TCP client looks for the first four participants of the other process only, and each test here
+// makes one of them: this one must be among the first.
 TEST_F(TopicPeerTest, VolatileReaderMissesNothingAfterTheMatchOnTcp) {
     options.serverTransport = "TCP_Server";
     options.port = domain.tcpPort();
     expectDelivery(4);
+}
+
+TEST_F(TopicPeerTest, AltNavUnitPublishesPositionsAndTimesWithTheGivenFields) {
+    options.role = TopicPeer::Role::AltNavUnit;
+    TopicPeer peer(options);
+    Listener listener(options, false, true);
+    ASSERT_TRUE(peer.waitForReaders(1, deadline)) << peer.lastFailure();
+    PositionVelocityRecord position;
+    ASSERT_TRUE(
+        fromText("tag_sec=5 tag_nsec=6 lat=1 lon=2 alt=3 vn=4 ve=5 vd=6 lat_variance=7 "
+                 "lat_lon_covariance=8 lon_variance=9 alt_variance=10 vn_variance=11 "
+                 "vn_ve_covariance=12 ve_variance=13 vd_variance=14",
+                 position));
+    ASSERT_TRUE(peer.publish(position)) << peer.lastFailure();
+    GpsTimeRecord time = gpsTimeAt(1726358400'250'000'000);
+    time.timeVariance = 0.5;
+    ASSERT_TRUE(peer.publish(time)) << peer.lastFailure();
+    UtcRecord utc;
+    EXPECT_FALSE(peer.publish(utc)) << "not its topic";
+
+    const auto positions = listener.position.wait(38, 1);
+    ASSERT_EQ(positions.size(), 1U);
+    EXPECT_EQ(positions[0].header().seq_num(), 1);
+    EXPECT_EQ(positions[0].header().timestamp_valid().sec(), 5);
+    EXPECT_EQ(positions[0].header().timestamp_valid().nsec(), 6);
+    EXPECT_EQ(positions[0].position().latitude(), 1);
+    EXPECT_EQ(positions[0].position().longitude(), 2);
+    EXPECT_EQ(positions[0].position().altitude(), 3);
+    const std::array<double, 3> velocity{4, 5, 6};
+    EXPECT_EQ(positions[0].velocity(), velocity);
+    const std::array<std::array<double, 6>, 6> covariance{{{7, 8, 0, 0, 0, 0},
+                                                           {8, 9, 0, 0, 0, 0},
+                                                           {0, 0, 10, 0, 0, 0},
+                                                           {0, 0, 0, 11, 12, 0},
+                                                           {0, 0, 0, 12, 13, 0},
+                                                           {0, 0, 0, 0, 0, 14}}};
+    EXPECT_EQ(positions[0].covariance(), covariance);
+    const auto times = listener.gpsTime.wait(38, 1);
+    ASSERT_EQ(times.size(), 1U);
+    EXPECT_EQ(times[0].header().timestamp_valid().sec(), 1726358400);
+    EXPECT_EQ(times[0].gps_tow_sec(), 18);
+    EXPECT_EQ(times[0].gps_tow_nsec(), 250e6);
+    EXPECT_EQ(times[0].gps_week(), 2332);
+    EXPECT_EQ(times[0].covariance()[0][0], 0.5);
+}
+
+TEST_F(TopicPeerTest, AltNavUnitOnAScheduleTellsEachPositionAndTheTimeOneSecondAfterIt) {
+    options.role = TopicPeer::Role::AltNavUnit;
+    TopicPeer peer(options);
+    Listener listener(options, false, true);
+    ASSERT_TRUE(peer.waitForReaders(1, deadline)) << peer.lastFailure();
+    ASSERT_TRUE(peer.run(TopicPeer::Schedule::fromNow(100, 3))) << peer.lastFailure();
+    const auto positions = listener.position.wait(38, 3);
+    const auto times = listener.gpsTime.wait(38, 3);
+    ASSERT_EQ(positions.size(), 3U);
+    ASSERT_EQ(times.size(), 3U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto position = positions[i].header().timestamp_valid();
+        const auto time = times[i].header().timestamp_valid();
+        EXPECT_EQ(position.sec() + 1, time.sec());
+        EXPECT_EQ(position.nsec(), time.nsec());
+    }
+}
+
+TEST_F(TopicPeerTest, FusionNavigatorTellsItsTimesWhenAskedOnly) {
+    options.role = TopicPeer::Role::FusionNavigator;
+    TopicPeer peer(options);
+    Listener listener(options, false, true);
+    ASSERT_TRUE(peer.waitForReaders(1, deadline)) << peer.lastFailure();
+    ASSERT_TRUE(peer.run(TopicPeer::Schedule::fromNow(100, 3))) << peer.lastFailure();
+    ASSERT_EQ(listener.pnt.wait(96, 3).size(), 3U);
+    ASSERT_TRUE(peer.waitUntilDone(1, deadline));
+    EXPECT_TRUE(peer.clockPublications().empty());
+    UtcRecord utc = clockAt(1726358400'250'000'000);
+    utc.header.source = PntRecord::fusionNavigator;
+    GpsTimeRecord time = gpsTimeAt(1726358400'250'000'000);
+    time.header.source = PntRecord::fusionNavigator;
+    ASSERT_TRUE(peer.publish(utc)) << peer.lastFailure();
+    ASSERT_TRUE(peer.publish(time)) << peer.lastFailure();
+    EXPECT_EQ(listener.utc.wait(96, 1).size(), 1U);
+    const auto times = listener.gpsTime.wait(96, 1);
+    ASSERT_EQ(times.size(), 1U);
+    EXPECT_EQ(times[0].header().seq_num(), 1);
 }
 
 TEST_F(TopicPeerTest, LateReaderIsFilledFromTheHistory) {

@@ -42,6 +42,42 @@ TEST(TopicRecords, PntTextComesBackExactly) {
     EXPECT_EQ(toText(other), toText(record));
 }
 
+TEST(TopicRecords, GpsTimeTextComesBackExactly) {
+    GpsTimeRecord record;
+    EXPECT_EQ(record.header.source, 38);
+    ASSERT_TRUE(
+        fromText("seq=1 tag_sec=2 tag_nsec=3 source=96 gps_tow_sec=-5 gps_tow_nsec=0.1 gps_week=7 "
+                 "variance=nan",
+                 record));
+    EXPECT_EQ(record.header.tag(), 2'000'000'003);
+    EXPECT_EQ(record.header.source, 96);
+    EXPECT_EQ(record.gpsTowSeconds, -5);
+    EXPECT_EQ(record.gpsTowNanoseconds, 0.1);
+    EXPECT_EQ(record.gpsWeek, 7);
+    GpsTimeRecord other;
+    ASSERT_TRUE(fromText(toText(record), other));
+    EXPECT_EQ(toText(other), toText(record));
+    EXPECT_TRUE(std::isnan(other.timeVariance));
+}
+
+TEST(TopicRecords, PositionVelocityTextComesBackExactly) {
+    PositionVelocityRecord record;
+    EXPECT_EQ(record.header.source, 38);
+    ASSERT_TRUE(
+        fromText("seq=1 tag_sec=2 tag_nsec=3 source=4 lat=5.1 lon=6 alt=7 vn=8 ve=9 vd=10 "
+                 "lat_variance=11 lon_variance=12 lat_lon_covariance=13 alt_variance=14 "
+                 "vn_variance=inf ve_variance=16 vn_ve_covariance=17 vd_variance=18",
+                 record));
+    EXPECT_EQ(record.latitude, 5.1);
+    EXPECT_EQ(record.velocityDown, 10);
+    EXPECT_EQ(record.longitudeVariance, 12);
+    EXPECT_TRUE(std::isinf(record.velocityNorthVariance));
+    EXPECT_EQ(record.velocityNorthEastCovariance, 17);
+    PositionVelocityRecord other;
+    ASSERT_TRUE(fromText(toText(record), other));
+    EXPECT_EQ(toText(other), toText(record));
+}
+
 TEST(TopicRecords, FieldsThatAreNotNamedStay) {
     UtcRecord record;
     record.gpsWeek = 7;
