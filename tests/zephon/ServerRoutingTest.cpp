@@ -298,6 +298,14 @@ TEST_F(ServerRouting, AMessageForOneVirtualUnitGoesOutOnLinkOneInAWrapper) {
     expectOnLinkOne(expected);
     expectOnLinkTwo({});
     expectNothingOnLinkThree();
+    for (const std::uint16_t unit : Words{1, 2, 3, 4}) {
+        const auto arrived = bench.virtualUnits().frames(unit, 5331);
+        ASSERT_FALSE(arrived.empty()) << bench.report();
+        EXPECT_TRUE(arrived[0].wrapped);
+        EXPECT_EQ(unit * 10U, arrived[0].frame.data.size());
+        EXPECT_EQ(arrived[0].bytes, arrived.back().bytes) << "no message of another unit";
+    }
+    EXPECT_EQ(0U, bench.virtualUnits().defects()) << bench.report();
 }
 
 TEST_F(ServerRouting, TheWrapperAsksForAnAckWhenTheMessageDoes) {
@@ -313,6 +321,8 @@ TEST_F(ServerRouting, AMessageWithoutDataIsWrappedWithoutADataChecksum) {
     const auto message = makeMessage(5001, 0);
     server->sendToEmulator(1, message);
     expectOnLinkOne({wrapped(1, *message)});
+    EXPECT_FALSE(bench.virtualUnits().frames(1, 5001).empty()) << bench.report();
+    EXPECT_EQ(0U, bench.virtualUnits().defects()) << bench.report();
     EXPECT_EQ(6U, bench.unit(1).frames(27552)[0].frame.data.size());
 }
 
@@ -336,6 +346,10 @@ TEST_F(ServerRouting, AMessageOf234DataWordsFitsTheWrapperAndOneOf235IsReported)
     server->sendToEmulator(3, longest);
     expectOnLinkOne({wrapped(3, *longest)});
     EXPECT_EQ(241U, bench.unit(1).frames(27552)[0].frame.data.size());
+    const auto arrived = bench.virtualUnits().frames(3, 5331);
+    ASSERT_FALSE(arrived.empty()) << bench.report();
+    EXPECT_EQ(Words(longest->data, longest->data + 234), arrived[0].frame.data);
+    EXPECT_EQ(0U, bench.virtualUnits().defects()) << bench.report();
     const std::string text =
         "ZephonServer: Unable to wrap an input message (5331) to the PNT-D, likely the message is "
         "too large";
