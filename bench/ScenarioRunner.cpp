@@ -217,11 +217,11 @@ void ScenarioRunner::startPeers() {
 
 /// Waits for the server to know the peers, all at once: each takes some seconds. Fast RTPS 2.9.1
 /// now and then never finishes the discovery over a TCP connection that stands; a new participant
-/// is the remedy, so up to two are tried, and each is told.
+/// is the remedy, so up to nine are tried, and each is told.
 void ScenarioRunner::connectPeers(Clock::time_point deadline) {
     const bool tcp = transport_ != "SHM" && transport_ != "UDP";
     const auto left = std::chrono::duration_cast<TopicPeer::Duration>(deadline - Clock::now());
-    const TopicPeer::Duration patience = tcp ? 15s : std::max(left, TopicPeer::Duration(1s));
+    const TopicPeer::Duration patience = tcp ? 8s : std::max(left, TopicPeer::Duration(1s));
     std::vector<std::future<bool>> found;
     for (const Peer& peer : peers_) {
         found.push_back(std::async(std::launch::async, [&peer, patience] {
@@ -230,7 +230,7 @@ void ScenarioRunner::connectPeers(Clock::time_point deadline) {
     }
     for (std::size_t i = 0; i < peers_.size(); ++i) {
         bool known = found[i].get();
-        for (int spare = tcp ? 2 : 0; !known && spare > 0; --spare) {
+        for (int spare = tcp ? 9 : 0; !known && spare > 0; --spare) {
             note("a peer was not discovered over TCP; it is started anew");
             const TopicPeer::Role role = peers_[i].peer->role();
             peers_[i] = {};

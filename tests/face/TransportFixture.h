@@ -27,8 +27,8 @@ constexpr std::chrono::seconds DEADLINE(20);
 
 /// Waits for a state that nobody announces. False when the deadline passes first.
 template <class Condition>
-bool eventually(Condition condition) {
-    auto const deadline = std::chrono::steady_clock::now() + DEADLINE;
+bool eventually(Condition condition, std::chrono::seconds timeout = DEADLINE) {
+    auto const deadline = std::chrono::steady_clock::now() + timeout;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
             return false;
@@ -203,11 +203,11 @@ public:
     }
 
     /// Waits until the publisher of the connection has found `count` subscribers.
-    bool publisherHas(long long id, std::uint32_t count) {
-        return eventually([&] { return at(id).publisherListener()->matched() == count; });
+    bool publisherHas(long long id, std::uint32_t count, std::chrono::seconds timeout = DEADLINE) {
+        return eventually([&] { return at(id).publisherListener()->matched() == count; }, timeout);
     }
-    bool subscriberHas(long long id, std::uint32_t count) {
-        return eventually([&] { return at(id).subscriberListener()->matched() == count; });
+    bool subscriberHas(long long id, std::uint32_t count, std::chrono::seconds timeout = DEADLINE) {
+        return eventually([&] { return at(id).subscriberListener()->matched() == count; }, timeout);
     }
 
     TestFolder folder;

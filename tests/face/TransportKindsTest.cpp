@@ -67,12 +67,14 @@ TEST_P(TransportKinds, CarriesRecordsToAnotherProcessAndBack) {
     // process is found then. The other transports get no second try.
     std::unique_ptr<bench::ChildProcess> echoProcess;
     bool matched = false;
-    for (int tries = overTcp() ? 5 : 1; tries > 0 && !matched; --tries) {
+    std::chrono::seconds const patience = overTcp() ? std::chrono::seconds(8) : DEADLINE;
+    for (int tries = overTcp() ? 15 : 1; tries > 0 && !matched; --tries) {
         echoProcess.reset();
         echoProcess = std::make_unique<bench::ChildProcess>(
             bench::programFolder() / "transport-echo", options);
-        matched = transport.publisherHas(out, 1) && transport.subscriberHas(back, 1) &&
-                  echoProcess->waitForLine("matched", DEADLINE);
+        matched = transport.publisherHas(out, 1, patience) &&
+                  transport.subscriberHas(back, 1, patience) &&
+                  echoProcess->waitForLine("matched", patience);
     }
     bench::ChildProcess& echo = *echoProcess;
     ASSERT_TRUE(matched) << echo.output();
