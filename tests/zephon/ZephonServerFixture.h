@@ -4,10 +4,13 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "bench/Bench.h"
 #include "gmock/gmock.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
+#include "tests/zephon/GssipRecords.h"
+#include "tests/zephon/UnitFrames.h"
 #include "zephon/ZephonServer.h"
 
 /// A server in this process, on the bench's devices.
@@ -63,6 +66,19 @@ protected:
     void startAll() {
         connectAll();
         ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    }
+
+    /// Expects these frames on link 1 and no others, once another message has followed them.
+    void expectOnLinkOne(std::vector<bench::UnitFrame> const& expected) {
+        const bench::UnitFrame last{5047, 0x9000, {1}};
+        server->cbGssip(makeRecord(last, trevo));
+        ASSERT_TRUE(waitForFrame(bench.unit(1), last)) << bench.report();
+        std::vector<FrameBytes> frames;
+        for (auto const& frame : expected) {
+            frames.push_back(frame.encode());
+        }
+        frames.push_back(last.encode());
+        EXPECT_EQ(frames, framesOf(bench.unit(1))) << bench.report();
     }
 
     bench::Bench bench;
