@@ -58,6 +58,14 @@ protected:
         return frame;
     }
 
+    /// Writes a record with this frame, from this server.
+    void write(std::string const& queue, Frame const& frame, unsigned char source) {
+        Record record;
+        record.deviceId = 0x03000000 | source << 16;
+        record.data = frame.encode();
+        ASSERT_TRUE(siblings.write(queue, record)) << siblings.lastFailure();
+    }
+
     /// The records that have come out of a link's queue from this link, once the queue has given
     /// `count` in all.
     std::vector<Record> recordsOf(unsigned link, std::size_t count) {

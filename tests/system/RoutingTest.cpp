@@ -23,13 +23,6 @@ Words const dataTransferIds{5103, 5104, 5120, 5121, 5122, 5123, 5124, 5125, 5126
 
 class Routing : public QueueFixture {
 protected:
-    void write(std::string const& queue, UnitFrame const& frame, unsigned char source) {
-        QueueRecord record;
-        record.deviceId = 0x03000000 | source << 16;
-        record.data = frame.encode();
-        ASSERT_TRUE(siblings.write(queue, record)) << siblings.lastFailure();
-    }
-
     void startWithDebug() {
         bench.configuration().set("ZephonServer", "Debug", "TRUE");
         start();

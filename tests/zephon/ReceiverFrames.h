@@ -68,3 +68,11 @@ inline bench::UnitFrame make2516(unsigned figureL1, unsigned figureL2) {
     frame.data[16] = static_cast<std::uint16_t>(figureL1 << 4U | figureL2 << 8U);
     return frame;
 }
+
+/// Message 30000 as a pair of 5040 and 9391 with this time and no more gives it.
+inline bench::UnitFrame make30000(float time, std::uint16_t mode = 3) {
+    auto frame = emptyFrame(30000, 20);
+    std::memcpy(frame.data.data(), &time, sizeof time);
+    frame.data[19] = mode;
+    return frame;
+}

@@ -26,14 +26,6 @@ constexpr std::uint8_t engineRuns = 0x01;
 constexpr unsigned char clockDevice = 36;
 constexpr unsigned char fusionNavigator = 96;
 
-/// Message 30000 of a pair with this time and no more.
-UnitFrame make30000(float time, std::uint16_t mode = 3) {
-    auto frame = emptyFrame(30000, 20);
-    std::memcpy(frame.data.data(), &time, sizeof time);
-    frame.data[19] = mode;
-    return frame;
-}
-
 class ServerReceiverStatus : public ZephonServerFixture {
 protected:
     /// Time marks wait for a fused time, so that they do not stand between the others.

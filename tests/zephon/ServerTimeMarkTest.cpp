@@ -73,19 +73,6 @@ protected:
             receiveLine(line);
         }
     }
-
-    /// Expects these frames on link 1 and no others, once another message has followed them.
-    void expectOnLinkOne(std::vector<UnitFrame> const& expected) {
-        const UnitFrame last{5047, statusFlags, {1}};
-        server->cbGssip(makeRecord(last, trevo));
-        ASSERT_TRUE(waitForFrame(bench.unit(1), last)) << bench.report();
-        std::vector<FrameBytes> frames;
-        for (auto const& frame : expected) {
-            frames.push_back(frame.encode());
-        }
-        frames.push_back(last.encode());
-        EXPECT_EQ(frames, framesOf(bench.unit(1))) << bench.report();
-    }
 };
 
 TEST_F(ServerTimeMark, AloneAMarkPassesThroughWithTheFlagWordOfCopies) {
