@@ -1,5 +1,6 @@
 // Time marks of the engine on their way to the unit, and the part numbers that follow them.
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -97,11 +98,13 @@ protected:
 
     Frames marks() { return framesWithId(8504); }
     Frames framesWithId(std::uint16_t id) {
-        Frames result;
-        for (auto const& logged : bench.unit(1).frames(id)) {
-            result.push_back(logged.bytes);
-        }
-        return result;
+        Frames frames = framesOf(bench.unit(1));
+        frames.erase(std::remove_if(frames.begin(), frames.end(),
+                                    [id](FrameBytes const& bytes) {
+                                        return (bytes[2] | bytes[3] << 8U) != id;
+                                    }),
+                     frames.end());
+        return frames;
     }
 
     static constexpr std::int64_t oneSecond = 1'000'000'000;

@@ -9,7 +9,6 @@
 #include "tests/system/EventReader.h"
 #include "tests/zephon/GssipRecords.h"
 #include "tests/zephon/TimeMarkFrames.h"
-#include "tests/zephon/UnitFrames.h"
 #include "tests/zephon/ZephonServerFixture.h"
 
 namespace {
@@ -286,33 +285,21 @@ TEST_F(ServerTimeMark, PartNumbersComeFromTheEnginesLinesOnly) {
 
 TEST_F(ServerTimeMark, InputsThatRaceSendEachMarkOnce) {
     constexpr std::int32_t rounds = 100;
-    startWith("TRUE");
-    receiveEngineLines();
+    OutputCapture output;
+    startWith("TRUE", "TRUE");
     const std::int32_t first = 583218;
+    std::vector<UnitFrame> expected;
     for (std::int32_t tow = first; tow < first + rounds; ++tow) {
         std::thread gps([this, tow] { receiveGps(tow, tow); });
         std::thread utc([this, tow] { receiveUtc(tow, tow); });
         receiveMark(tow, tow);
         gps.join();
         utc.join();
-        if (tow % 20 == 0) {  // keeps the link's queue short
-            ASSERT_TRUE(waitForFrame(bench.unit(1), mergedMark(tow))) << bench.report();
-        }
+        expected.push_back(mergedMark(tow));
     }
-    ASSERT_TRUE(waitForFrame(bench.unit(1), mergedMark(first + rounds - 1))) << bench.report();
-    const UnitFrame last{5047, statusFlags, {1}};
-    server->cbGssip(makeRecord(last, trevo));
-    ASSERT_TRUE(waitForFrame(bench.unit(1), last)) << bench.report();
-    std::vector<FrameBytes> marks;
-    for (auto const& frame : bench.unit(1).frames(8504)) {
-        marks.push_back(frame.bytes);
-    }
-    std::vector<FrameBytes> expected;
-    for (std::int32_t tow = first; tow < first + rounds; ++tow) {
-        expected.push_back(mergedMark(tow).encode());
-    }
-    EXPECT_EQ(expected, marks);
-    EXPECT_EQ(std::size_t{rounds}, bench.unit(1).frames(15053).size());
+    expectOnLinkOne(expected);
+    // A frame that came twice may be the link's repetition; the console tells what was sent.
+    EXPECT_EQ(std::size_t{rounds}, output.count("receivedFusionUTCTimeAtTM: "));
 }
 
 }  // namespace
