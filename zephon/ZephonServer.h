@@ -194,7 +194,7 @@ private:
     void handleUTCTimeMessageAtGpsTm(aspn2_msgs::idl::UTCTime const& record) EXCLUDES(statusMutex_);
     /// Sends the time mark when all that goes with it is there.
     void checkIf8504_UTCTime_GPSTime() EXCLUDES(statusMutex_);
-    /// Sends the time mark, alone or with the fused time.
+    /// Sends the time mark that is due, alone or with the fused time; does nothing without one.
     void doHoldover(bool merge) REQUIRES(statusMutex_);
     /// Sends the part numbers, once they are known; seconds of the week.
     void buildAndSendMXPN(double gpsTimeOfWeek) EXCLUDES(versionMutex_);

@@ -46,10 +46,9 @@ void ZephonServer::handleUTCTimeMessageAtGpsTm(idl::UTCTime const& record) {
 }
 
 void ZephonServer::checkIf8504_UTCTime_GPSTime() {
+    // Of inputs that race, the last one finds all sides here, and the others nothing.
     const platform::MutexLock lock(statusMutex_);
-    if (timeMark_.isDue(config_.mergeFusedTime)) {
-        doHoldover(config_.mergeFusedTime);
-    }
+    doHoldover(config_.mergeFusedTime);
 }
 
 void ZephonServer::doHoldover(bool merge) {
