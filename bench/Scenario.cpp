@@ -18,13 +18,15 @@ const char* const scenarioGrammar = R"(A scenario is a row of steps, one a line:
   configure CONTAINER KEY VALUE  an entry of the server's configuration, for the next start
   start server                   stop server: SIGTERM, and it must leave in order
   signal NAME                    to the server, such as SIGKILL
-  publish TOPIC [FIELD=VALUE..]  UTCTime, MeridanePNT, PositionVelocity, GPSTime or EventLog,
-                                 simulated for this instant; GPSTime, unless source=96, for the
-                                 second after, as it belongs to the PositionVelocity
+  publish TOPIC [FIELD=VALUE..]  UTCTime, MeridanePNT, PositionVelocity, GPSTime, EventLog,
+                                 Command or Response, simulated for this instant; GPSTime, unless
+                                 source=96, for the second after, as it belongs to the
+                                 PositionVelocity
   stream RATE [for TIME]         pairs of UTCTime and MeridanePNT a second, in the background;
                                  without "for", or for 0s, until it is stopped
   stop stream                    wait stream: until its time is over, or Ctrl-C
   send LINK CONTENT              from the unit: link1, link2 or link3
+  send VIRTUAL CONTENT           from its virtual1 to virtual4, in a wrapper on link1
   inject QUEUE CONTENT           into TREVO_MX, HALVOR_MX or DT_OUT
   hangup LINK                    reconnect LINK
   set INTERFACE OFFSET BITS VALUE  a register of the FPGA, 8, 16, 32 or 64 bits wide
@@ -33,8 +35,9 @@ const char* const scenarioGrammar = R"(A scenario is a row of steps, one a line:
 
   CONTENT  frame ID [flags=F] [WORD..]  or  bytes HEX..
   WHAT     running | exit STATUS|SIGNAL | solutions | register INTERFACE OFFSET BITS VALUE
-           LINK|QUEUE frame ID [flags=F] [WORD..]   (queues PNTD_MX and DT_IN)
-           EventLog TEXT | MaintenanceEvent TEXT | line TEXT   (holds the text)
+           LINK|VIRTUAL|QUEUE frame ID [flags=F] [WORD..]   (queues PNTD_MX and DT_IN)
+           EventLog TEXT | MaintenanceEvent TEXT | Command TEXT | Response TEXT
+           line TEXT   (all hold the text)
   TIME     such as 500ms, 2.5s, 1min
   "..." holds blanks and, as \" and \\, quotes and backslashes; # begins a comment
 )";
@@ -176,6 +179,17 @@ bool Scenario::publishesSolutions() const {
     return std::any_of(steps.begin(), steps.end(), [](const Step& step) {
         return std::holds_alternative<action::Stream>(step.action) ||
                publishes(step, {UtcRecord::topic, PntRecord::topic, GpsTimeRecord::topic});
+    });
+}
+
+bool Scenario::exchangesCommands() const {
+    return std::any_of(steps.begin(), steps.end(), [](const Step& step) {
+        const auto* const wanted = std::get_if<action::Expect>(&step.action);
+        const auto* const text =
+            wanted != nullptr ? std::get_if<action::Text>(&wanted->condition) : nullptr;
+        return publishes(step, {CommandRecord::topic, ResponseRecord::topic}) ||
+               (text != nullptr &&
+                (text->source == CommandRecord::topic || text->source == ResponseRecord::topic));
     });
 }
 

@@ -79,7 +79,8 @@ struct Exit {
 };
 /// Each published pair has given one right frame, and no frame on a link was damaged.
 struct Solutions {};
-/// A frame on a link, or a record of one on a queue. Data words beyond the given ones are free.
+/// A frame on a link or for a virtual unit, or a record of one on a queue. Data words beyond the
+/// given ones are free.
 struct Frame {
     std::string source;
     std::uint16_t id = 0;
@@ -141,6 +142,9 @@ struct Scenario {
     bool publishesSolutions() const;
     /// The same of the alternate navigation device.
     bool publishesAltNavigation() const;
+
+    /// True when a step publishes or expects a command or an answer.
+    bool exchangesCommands() const;
 };
 
 }  // namespace bench

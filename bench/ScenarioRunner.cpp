@@ -68,10 +68,27 @@ TopicPeer::Role makerOf(std::string_view topic, std::int64_t source) {
     if (topic == EventRecord::topic) {
         return Role::EventLogger;
     }
+    if (topic == CommandRecord::topic || topic == ResponseRecord::topic) {
+        return Role::HumanInterface;
+    }
     if (topic == PntRecord::topic || source == PntRecord::fusionNavigator) {
         return Role::FusionNavigator;
     }
     return topic == UtcRecord::topic ? Role::ClockDevice : Role::AltNavUnit;
+}
+
+/// True for those whose records make the pairs of a stream.
+bool isOfStream(TopicPeer::Role role) {
+    using Role = TopicPeer::Role;
+    return role == Role::ClockDevice || role == Role::FusionNavigator || role == Role::All;
+}
+
+/// A record with nothing but its time of validity.
+template <class Record>
+Record taggedAt(std::int64_t instant) {
+    Record record;
+    record.header.setTag(instant);
+    return record;
 }
 
 }  // namespace
@@ -101,6 +118,10 @@ Bench::Options ScenarioRunner::benchOptions(Bench::Options options) {
         unit.keptFrames = 100;  // a run may last for hours; what is awaited is kept here
         unit.observer = [this, link](const LoggedFrame& frame) { see(link, frame); };
     }
+    options.virtualUnits.keptFrames = 100;
+    options.virtualUnits.observer = [this](unsigned number, const VirtualFrame& frame) {
+        seen_.add({"virtual" + std::to_string(number), frame.frame, ""});
+    };
     options.serverLine = [this](const std::string& line) {
         see(line);
         return false;
@@ -148,6 +169,11 @@ void ScenarioRunner::see(const MaintenanceRecord& fault) {
     seen_.add(Observation{std::string(MaintenanceRecord::topic), UnitFrame(), text});
 }
 
+void ScenarioRunner::see(const CommandFields& record, std::string_view topic) {
+    note(fmt::format("{}, source {}: {}", topic, record.header.source, printable(record.text)));
+    seen_.add(Observation{std::string(topic), UnitFrame(), record.text});
+}
+
 void ScenarioRunner::see(const QueueRead& read) {
     const auto records = decodeRecords(read.bytes);
     if (!records) {
@@ -184,6 +210,12 @@ std::unique_ptr<TopicPeer> ScenarioRunner::makePeer(TopicPeer::Role role) {
     options.onNavigator = [this](const auto& publication) { ledger_.published(publication); };
     options.onEvent = [this](const EventRecord& event) { see(event); };
     options.onMaintenance = [this](const MaintenanceRecord& fault) { see(fault); };
+    options.onCommand = [this](const CommandRecord& command) {
+        see(command, CommandRecord::topic);
+    };
+    options.onResponse = [this](const ResponseRecord& answer) {
+        see(answer, ResponseRecord::topic);
+    };
     return std::make_unique<TopicPeer>(options);
 }
 
@@ -199,6 +231,9 @@ void ScenarioRunner::startPeers() {
         }
         if (scenario_.publishesAltNavigation()) {
             roles.push_back(Role::AltNavUnit);
+        }
+        if (scenario_.exchangesCommands()) {
+            roles.push_back(Role::HumanInterface);
         }
     }
     for (const Role role : roles) {
@@ -409,10 +444,12 @@ void ScenarioRunner::carryOut(const action::Publish& step) {
         const bool ofMark =
             fromText(step.fields, given) && given.header.source == PntRecord::fusionNavigator;
         publish(gpsTimeAt(ofMark ? instant : instant + oneSecond), step.fields);
+    } else if (step.topic == CommandRecord::topic) {
+        publish(taggedAt<CommandRecord>(instant), step.fields);
+    } else if (step.topic == ResponseRecord::topic) {
+        publish(taggedAt<ResponseRecord>(instant), step.fields);
     } else {
-        EventRecord event;
-        event.header.setTag(instant);
-        publish(event, step.fields);
+        publish(taggedAt<EventRecord>(instant), step.fields);
     }
 }
 
@@ -424,8 +461,7 @@ void ScenarioRunner::carryOut(const action::Stream& step) {
     }
     const auto schedule = TopicPeer::Schedule::fromNow(step.rate, count, streamDelay_);
     for (Peer& peer : peers_) {
-        const TopicPeer::Role role = peer.peer->role();
-        if (role == TopicPeer::Role::EventLogger || role == TopicPeer::Role::AltNavUnit) {
+        if (!isOfStream(peer.peer->role())) {
             continue;
         }
         if (!peer.peer->run(schedule)) {
@@ -561,14 +597,14 @@ void ScenarioRunner::expect(const action::Solutions& /*wanted*/, const action::E
     if (totals.pairs == 0 && streamCut_) {
         throw Interruption();  // who ends it before the first pair has seen nothing fail
     }
-    std::uint64_t damaged = 0;
+    std::uint64_t damaged = bench_.virtualUnits().defects();
     for (unsigned link = 1; link <= Bench::links; ++link) {
         damaged += bench_.unit(link).statistics().line.checksumErrors();
     }
     if (!totals.allRight() || totals.pairs == 0 || damaged > 0) {
         throw StepFailure(fmt::format(
             "of {} pairs {} gave a right frame, {} a wrong one and {} none; {} frames belong to no "
-            "pair, {} had a wrong checksum",
+            "pair, {} were damaged",
             totals.pairs, totals.right, totals.wrong, totals.missing, totals.unexplained, damaged));
     }
 }

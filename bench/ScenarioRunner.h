@@ -121,6 +121,7 @@ private:
     void see(const std::string& line);
     void see(const EventRecord& event);
     void see(const MaintenanceRecord& fault);
+    void see(const CommandFields& record, std::string_view topic);
     void see(const QueueRead& read);
     void note(const std::string& line) const;
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "bench/TopicRecords.h"
+#include "bench/VirtualUnits.h"
 
 namespace bench::scenario {
 namespace {
@@ -21,7 +22,10 @@ constexpr double fastestRate = 1000;
 constexpr std::array<std::string_view, 3> links{"link1", "link2", "link3"};
 constexpr std::array<std::string_view, 3> queuesIn{"TREVO_MX", "HALVOR_MX", "DT_OUT"};
 constexpr std::array<std::string_view, 2> queuesOut{"PNTD_MX", "DT_IN"};
-constexpr std::array<std::string_view, 3> textSources{EventRecord::topic, MaintenanceRecord::topic,
+constexpr std::array<std::string_view, 4> virtualUnits{"virtual1", "virtual2", "virtual3",
+                                                       "virtual4"};
+constexpr std::array<std::string_view, 5> textSources{EventRecord::topic, MaintenanceRecord::topic,
+                                                      CommandRecord::topic, ResponseRecord::topic,
                                                       Scenario::serverLine};
 
 constexpr std::array<std::pair<std::string_view, int>, 9> signalNames{{
@@ -36,12 +40,17 @@ constexpr std::array<std::pair<std::string_view, int>, 9> signalNames{{
     {"SIGTERM", SIGTERM},
 }};
 
+/// The number of a link or of a virtual unit.
+unsigned lastDigit(const std::string& name) {
+    return static_cast<unsigned>(name.back() - '0');
+}
+
 unsigned takeLink(Words& words) {
     const std::string& word = words.take("a link");
     if (!contains(links, word)) {
         refuse(inQuotes(word) + " is no link: link1, link2 or link3");
     }
-    return static_cast<unsigned>(word.back() - '0');
+    return lastDigit(word);
 }
 
 int signalNumber(const std::string& word) {
@@ -112,6 +121,13 @@ std::variant<UnitFrame, std::vector<std::uint8_t>> takeContent(Words& words) {
     return takeBytes(words);
 }
 
+void checkFitsWrapper(std::size_t bytes) {
+    constexpr std::size_t mostWords = std::numeric_limits<std::uint16_t>::max() - 1;
+    if (bytes % 2 != 0 || bytes / 2 > mostWords) {
+        refuse("a wrapper holds whole words, at most 65534");
+    }
+}
+
 Step::Action configure(Words& words) {
     action::Configure step;
     step.container = words.take("a container");
@@ -168,12 +184,14 @@ struct PublishedTopic {
     std::string_view name;
     bool (*canRead)(const std::string& fields);
 };
-constexpr std::array<PublishedTopic, 5> publishedTopics{{
+constexpr std::array<PublishedTopic, 7> publishedTopics{{
     {UtcRecord::topic, &canRead<UtcRecord>},
     {PntRecord::topic, &canRead<PntRecord>},
     {PositionVelocityRecord::topic, &canRead<PositionVelocityRecord>},
     {GpsTimeRecord::topic, &canRead<GpsTimeRecord>},
     {EventRecord::topic, &canRead<EventRecord>},
+    {CommandRecord::topic, &canRead<CommandRecord>},
+    {ResponseRecord::topic, &canRead<ResponseRecord>},
 }};
 
 Step::Action publish(Words& words) {
@@ -185,7 +203,7 @@ Step::Action publish(Words& words) {
     if (topic == publishedTopics.end()) {
         refuse(inQuotes(step.topic) +
                " is no topic to publish: UTCTime, MeridanePNT, "
-               "PositionVelocity, GPSTime or EventLog");
+               "PositionVelocity, GPSTime, EventLog, Command or Response");
     }
     while (!words.empty()) {
         const std::string& word = words.take("a field");
@@ -226,11 +244,28 @@ Step::Action stream(Words& words) {
 
 Step::Action send(Words& words) {
     action::Send step;
-    step.link = takeLink(words);
+    const std::string& source = words.take("a link or a virtual unit");
     auto content = takeContent(words);
     const auto* const frame = std::get_if<UnitFrame>(&content);
-    step.bytes = frame != nullptr ? frame->encode()
-                                  : std::get<std::vector<std::uint8_t>>(std::move(content));
+    if (contains(links, source)) {
+        step.link = lastDigit(source);
+        step.bytes = frame != nullptr ? frame->encode()
+                                      : std::get<std::vector<std::uint8_t>>(std::move(content));
+        return step;
+    }
+    if (!contains(virtualUnits, source)) {
+        refuse(inQuotes(source) + " is neither link1, link2 or link3 nor virtual1 to virtual4");
+    }
+    const auto unit = static_cast<std::uint16_t>(lastDigit(source));
+    step.link = 1;
+    if (frame != nullptr) {
+        checkFitsWrapper(frame->encode().size());
+        step.bytes = wrap(fromVirtualUnit, unit, *frame).encode();
+    } else {
+        const auto& bytes = std::get<std::vector<std::uint8_t>>(content);
+        checkFitsWrapper(bytes.size());
+        step.bytes = wrapBytes(fromVirtualUnit, unit, bytes).encode();
+    }
     return step;
 }
 
@@ -294,11 +329,10 @@ action::Expect::Condition takeCondition(Words& words) {
         }
         return action::Text{what, text};
     }
-    if (!contains(links, what) && !contains(queuesOut, what)) {
+    if (!contains(links, what) && !contains(virtualUnits, what) && !contains(queuesOut, what)) {
         refuse("cannot expect " + inQuotes(what) +
-               ": running, exit, solutions, register, a link, PNTD_MX, DT_IN, EventLog, "
-               "MaintenanceEvent "
-               "or line");
+               ": running, exit, solutions, register, a link, a virtual unit, PNTD_MX, DT_IN, "
+               "EventLog, MaintenanceEvent, Command, Response or line");
     }
     words.expect("frame");
     action::Frame frame;

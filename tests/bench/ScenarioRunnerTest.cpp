@@ -135,7 +135,7 @@ TEST_F(ScenarioRunnerTest, PairWithoutItsFrameFailsTheSolutions) {
             "expect solutions within 200ms\n");
     expectFailure(
         "test:6: expect solutions within 200ms: of 1 pairs 0 gave a right frame, 0 a wrong one "
-        "and 1 none; 0 frames belong to no pair, 0 had a wrong checksum");
+        "and 1 none; 0 frames belong to no pair, 0 were damaged");
 }
 
 TEST_F(ScenarioRunnerTest, FramesPassBothWaysAlsoWhenAnotherLineIsGone) {
@@ -200,6 +200,48 @@ TEST_F(ScenarioRunnerTest, EventsArePublished) {
     });
     EXPECT_EQ(runner->run(), Result::Interrupted) << runner->failure();
     later.join();
+}
+
+TEST_F(ScenarioRunnerTest, VirtualUnitsSpeakAndHear) {
+    prepare(
+        "start server\n"
+        "expect running within 60s\n"
+        "send virtual3 frame 5001 flags=0x9000 0 0 0 0 7\n"
+        "expect Command TREVO_ZEROIZE\n"
+        "expect no Command TREVO within 0s\n"
+        "send virtual2 frame 5044 0 0 0 0 18 0x4441 0x4D41 0x4745 0 0 0 0 0 0 0 0 0 0 0 0 0\n"
+        "expect EventLog \"vZephon#2 5044,ID:,18,DAMAGE\"\n"
+        "publish UTCTime\n"
+        "publish MeridanePNT\n"
+        "expect virtual1 frame 15050\n"
+        "expect virtual4 frame 15050\n"
+        "expect no virtual4 frame 15050 within 0s\n"
+        "stop server\n");
+    expectDone();
+    EXPECT_EQ(runner->bench().virtualUnits().defects(), 0U);
+}
+
+TEST_F(ScenarioRunnerTest, CommandsAndAnswersArePublishedAndHeard) {
+    prepare(
+        "publish Command source=38 text=\"INIT_HOTSTART,1\"\n"
+        "publish Response identifier=7 text=INIT_HOTSTART_ACK\n"
+        "expect Response STARTED within 30s\n");
+    auto options = runner->bench().peerOptions(TopicPeer::Role::HumanInterface);
+    Notes heard;
+    options.onCommand = [&](const CommandRecord& command) {
+        heard.add(std::to_string(command.header.source) + ":" + command.text);
+    };
+    options.onResponse = [&](const ResponseRecord& answer) {
+        heard.add(std::to_string(answer.identifier) + ":" + answer.text);
+    };
+    TopicPeer other(options);
+    ResponseRecord answer;
+    answer.text = "SERVER_STARTED";
+    ASSERT_TRUE(other.publish(answer)) << other.lastFailure();
+    expectDone();
+    EXPECT_TRUE(heard.wait("38:INIT_HOTSTART,1"));
+    EXPECT_TRUE(heard.wait("7:INIT_HOTSTART_ACK"));
+    EXPECT_TRUE(notes.wait("Response, source 48: SERVER_STARTED"));
 }
 
 TEST_F(ScenarioRunnerTest, ServerLinesAreExpected) {

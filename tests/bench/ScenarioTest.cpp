@@ -136,6 +136,17 @@ TEST(Scenario, ReadsBytesForALink) {
                 ElementsAre(0xFF, 0x81, 0x00, 0xAB));
 }
 
+TEST(Scenario, ReadsWhatAVirtualUnitSends) {
+    const auto frame = actionOf<action::Send>("send virtual2 frame 5001 flags=0x9000 0 7");
+    EXPECT_EQ(frame.link, 1U);
+    // 27553 that asks for an ACK as its inner frame does, which stands behind the unit's number.
+    const UnitFrame wrapper{
+        27553, 0x9000, {2, 0x81FF, 5001, 2, 0x9000, 0xDA76, 0x0000, 0x0007, 0xFFF9}};
+    EXPECT_EQ(frame.bytes, wrapper.encode());
+    EXPECT_EQ(actionOf<action::Send>("send virtual4 bytes FF8100AB").bytes,
+              (UnitFrame{27553, 0x8000, {4, 0x81FF, 0xAB00}}.encode()));
+}
+
 TEST(Scenario, ReadsRecordsForAQueue) {
     const auto frame = actionOf<action::Inject>("inject TREVO_MX frame 5040 7");
     EXPECT_EQ(frame.queue, "TREVO_MX");
@@ -183,6 +194,7 @@ TEST(Scenario, ReadsExpectedFrames) {
     EXPECT_EQ(any.flags, std::nullopt);
     EXPECT_THAT(any.words, IsEmpty());
     EXPECT_EQ(conditionOf<action::Frame>("expect PNTD_MX frame 1").source, "PNTD_MX");
+    EXPECT_EQ(conditionOf<action::Frame>("expect virtual4 frame 1").source, "virtual4");
 }
 
 TEST(Scenario, ReadsExpectedTexts) {
@@ -190,6 +202,8 @@ TEST(Scenario, ReadsExpectedTexts) {
     EXPECT_EQ(event.source, "EventLog");
     EXPECT_EQ(event.text, "link lost");
     EXPECT_EQ(conditionOf<action::Text>("expect MaintenanceEvent x").source, "MaintenanceEvent");
+    EXPECT_EQ(conditionOf<action::Text>("expect Command x").source, "Command");
+    EXPECT_EQ(conditionOf<action::Text>("expect no Response x within 1s").source, "Response");
     EXPECT_EQ(conditionOf<action::Text>("expect line x").source, Scenario::serverLine);
 }
 
@@ -238,6 +252,16 @@ TEST(Scenario, KnowsWhetherAlternateNavigationIsPublished) {
     EXPECT_FALSE(parse("publish EventLog text=x").publishesAltNavigation());
 }
 
+TEST(Scenario, KnowsWhetherCommandsAreExchanged) {
+    EXPECT_FALSE(Scenario::parse("expect EventLog Command", "test").exchangesCommands());
+    EXPECT_FALSE(Scenario::parse("publish EventLog text=Command", "test").exchangesCommands());
+    EXPECT_TRUE(Scenario::parse("publish Command text=A,1", "test").exchangesCommands());
+    EXPECT_TRUE(Scenario::parse("publish Response text=A_ACK", "test").exchangesCommands());
+    EXPECT_TRUE(Scenario::parse("expect Command A", "test").exchangesCommands());
+    EXPECT_TRUE(Scenario::parse("expect no Response A within 1s", "test").exchangesCommands());
+    EXPECT_FALSE(Scenario::parse("publish Command text=A,1", "test").publishesSolutions());
+}
+
 TEST(Scenario, TellsTheLineOfAnError) {
     EXPECT_EQ(refusal("start server\n# x\n\nfly home\n"), "test:4: unknown step \"fly\"");
 }
@@ -266,8 +290,8 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
         {"reconnect 1", "\"1\" is no link: link1, link2 or link3"},
         {"publish", "a topic is missing"},
         {"publish BitReport",
-         "\"BitReport\" is no topic to publish: UTCTime, MeridanePNT, PositionVelocity, GPSTime or "
-         "EventLog"},
+         "\"BitReport\" is no topic to publish: UTCTime, MeridanePNT, PositionVelocity, GPSTime, "
+         "EventLog, Command or Response"},
         {"publish PositionVelocity x=1",
          "\"x=1\" is no field of PositionVelocity, or its value is no number"},
         {"publish GPSTime lat=1", "\"lat=1\" is no field of GPSTime, or its value is no number"},
@@ -288,6 +312,17 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
         {"stream nan", "\"nan\" is no rate: 0.1 to 1000 pairs a second"},
         {"stream 10 for", "a time is missing"},
         {"stream 10 until 5s", "unexpected \"until\""},
+        {"send", "a link or a virtual unit is missing"},
+        {"send link4 frame 1",
+         "\"link4\" is neither link1, link2 or link3 nor virtual1 to virtual4"},
+        {"send virtual5 frame 1",
+         "\"virtual5\" is neither link1, link2 or link3 nor virtual1 to virtual4"},
+        {"send virtual0 frame 1",
+         "\"virtual0\" is neither link1, link2 or link3 nor virtual1 to virtual4"},
+        {"send virtual1 bytes FF81FF", "a wrapper holds whole words, at most 65534"},
+        {"publish Command id=1", "\"id=1\" is no field of Command, or its value is no number"},
+        {"publish Response type=x",
+         "\"type=x\" is no field of Response, or its value is no number"},
         {"send link1", "\"frame\" or \"bytes\" is missing"},
         {"send link1 FF", "\"FF\" is neither \"frame\" nor \"bytes\""},
         {"send link1 frame", "a message id is missing"},
@@ -312,8 +347,8 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
          "18446744073709551615"},
         {"expect", "what to expect is missing"},
         {"expect rain",
-         "cannot expect \"rain\": running, exit, solutions, register, a link, PNTD_MX, DT_IN, "
-         "EventLog, MaintenanceEvent or line"},
+         "cannot expect \"rain\": running, exit, solutions, register, a link, a virtual unit, "
+         "PNTD_MX, DT_IN, EventLog, MaintenanceEvent, Command, Response or line"},
         {"expect exit", "an exit status or a signal is missing"},
         {"expect exit 256", "\"256\" is no exit status: a number from 0 to 255"},
         {"expect link1 15050", "expected \"frame\" in place of \"15050\""},
@@ -370,6 +405,11 @@ TEST(Scenario, RefusesWhatIsTooLong) {
         doubling += "variable v" + std::to_string(i) + " " + before + before + "\n";
     }
     EXPECT_EQ(refusal(doubling), "test:11: a word is too long");
+    std::string wrapped = "send virtual1 frame 5";
+    for (int i = 0; i < 65'529; ++i) {
+        wrapped += " 1";
+    }
+    EXPECT_EQ(refusal(wrapped), "test:1: a wrapper holds whole words, at most 65534");
     std::string words = "send link1 frame 5";
     for (int i = 0; i < 65'536; ++i) {
         words += " 1";
