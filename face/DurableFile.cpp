@@ -70,6 +70,7 @@ private:
 DurableFile::DurableFile(std::string name, Whole whole, FileCalls& calls)
     : name_(std::move(name)),
       sibling_(Followed(name_, calls) + ".new"),
+      draft_(sibling_ + ".part"),
       folder_(FolderOf(sibling_)),
       whole_(whole),
       calls_(calls) {}
@@ -80,8 +81,7 @@ std::optional<std::string> DurableFile::read() const {
 
 std::optional<DurableFile::Recovery> DurableFile::recover() const {
     struct ::stat named {};
-    bool const missing = calls_.stat(name_, named) != 0 && errno == ENOENT;
-    if (!missing && !S_ISREG(named.st_mode)) {
+    if (calls_.stat(name_, named) == 0 ? !S_ISREG(named.st_mode) : errno != ENOENT) {
         return std::nullopt;
     }
     Held const folder(calls_, openFolder());
@@ -90,15 +90,11 @@ std::optional<DurableFile::Recovery> DurableFile::recover() const {
     if (content && whole_(*content)) {
         return Recovery{*std::move(content), false, true};
     }
-    content = wholeSibling();
-    if (!content) {
+    content = contentOf(sibling_, O_NOFOLLOW);
+    if (!content || !whole_(*content)) {
         return std::nullopt;
     }
-    if (folder.get() < 0) {
-        return Recovery{*std::move(content), true, false};
-    }
-    int const file = openForRewrite(missing);
-    bool const inPlace = file >= 0 && finish(file, *content, folder.get());
+    bool const inPlace = folder.get() >= 0 && putInPlace(*content, folder.get());
     return Recovery{*std::move(content), true, inPlace};
 }
 
@@ -109,27 +105,15 @@ bool DurableFile::save(std::string_view content) const {
         return false;
     }
     if (there && !S_ISREG(named.st_mode)) {
-        int const file = openForRewrite(false);
+        int const file = openForRewrite();
         return file >= 0 && writeAndSync(file, content);
     }
+    if (there && !mayBeWritten()) {
+        return false;
+    }
     Held const folder(calls_, openFolder());
-    if (folder.get() < 0) {
-        return false;
-    }
-    Sibling const sibling = prepareSibling(content, there ? &named : nullptr, folder.get());
-    if (sibling == Sibling::failed) {
-        return false;
-    }
-    int const file = openForRewrite(!there);
-    if (file < 0) {
-        // Nothing has been touched. A sibling that nobody needs would only confuse.
-        std::optional<std::string> const present = read();
-        if (sibling == Sibling::written && present && whole_(*present)) {
-            calls_.unlink(sibling_);
-        }
-        return false;
-    }
-    return finish(file, content, folder.get());
+    return folder.get() >= 0 && writeSibling(content, there ? &named : nullptr) &&
+           sync(folder.get()) && putInPlace(content, folder.get());
 }
 
 /// Reads without waiting, so that the name of a pipe does not hold the caller.
@@ -161,59 +145,47 @@ std::optional<std::string> DurableFile::contentOf(std::string const& path, int f
     return std::nullopt;
 }
 
-std::optional<std::string> DurableFile::wholeSibling() const {
-    std::optional<std::string> content = contentOf(sibling_, O_NOFOLLOW);
-    return content && whole_(*content) ? content : std::nullopt;
+/// Looks before anything is done, so that a save without permission leaves no sibling.
+bool DurableFile::mayBeWritten() const {
+    int const file = Uninterrupted([&] { return calls_.open(name_, O_WRONLY | O_CLOEXEC, 0); });
+    return file >= 0 && close(file);
 }
 
-/// Has a whole content on the medium beside the file, which may then be truncated. Failed: the
-/// file and a sibling that it may need are as they were.
-DurableFile::Sibling DurableFile::prepareSibling(std::string_view content,
-                                                 struct ::stat const* named, int folder) const {
-    if (std::optional<std::string> const left = wholeSibling()) {
-        // A save ended half way. Unless the file is whole, this is all that there is. When both
-        // hold the same, the medium may have refused the file, though it reads well from memory.
-        std::optional<std::string> const present = read();
-        if (!present || !whole_(*present) || *present == *left) {
-            return syncSibling() && sync(folder) ? Sibling::kept : Sibling::failed;
-        }
-    }
-    if (writeSibling(content, named) && sync(folder)) {
-        return Sibling::written;
-    }
-    calls_.unlink(sibling_);
-    return Sibling::failed;
-}
-
+/// By way of a draft: a sibling that an earlier save had to leave may be all that there is, and is
+/// replaced in one step by one that is whole and on the medium. Failed: it is as it was.
 bool DurableFile::writeSibling(std::string_view content, struct ::stat const* named) const {
     // Made anew, so that it is nobody else's file and no link.
-    if (calls_.unlink(sibling_) != 0 && errno != ENOENT) {
+    if (calls_.unlink(draft_) != 0 && errno != ENOENT) {
         return false;
     }
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
-    int const file =
-        Uninterrupted([&] { return calls_.open(sibling_, flags, named == nullptr ? 0644 : 0600); });
+    ::mode_t const mode = named == nullptr ? 0644 : 0600;
+    int const file = Uninterrupted([&] { return calls_.open(draft_, flags, mode); });
     if (file < 0) {
         return false;
     }
     if (named != nullptr) {
         giveAccess(file, *named);
     }
-    return writeAndSync(file, content);
+    if (writeAndSync(file, content) && calls_.rename(draft_, sibling_) == 0) {
+        return true;
+    }
+    calls_.unlink(draft_);
+    return false;
 }
 
-bool DurableFile::syncSibling() const {
-    int const file =
-        Uninterrupted([&] { return calls_.open(sibling_, O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0); });
+/// Rewrites the file while the sibling holds the same content, and removes the sibling.
+bool DurableFile::putInPlace(std::string_view content, int folder) const {
+    int const file = openForRewrite();
     if (file < 0) {
         return false;
     }
-    bool const synced = sync(file);
-    return close(file) && synced;
-}
-
-/// The second half of a save, and the whole of a recovery. Closes `file`.
-bool DurableFile::finish(int file, std::string_view content, int folder) const {
+    // The truncation by itself first: some media write new content over the place of the old one,
+    // and the file could come back as a mixture of both.
+    if (!sync(file)) {
+        close(file);
+        return false;
+    }
     // The folder too: the file may have been made just now.
     if (!writeAndSync(file, content) || !sync(folder)) {
         return false;
@@ -227,12 +199,13 @@ bool DurableFile::finish(int file, std::string_view content, int folder) const {
 }
 
 /// A file that was missing gets owner and mode from the sibling, which had them from the file.
-int DurableFile::openForRewrite(bool missing) const {
+int DurableFile::openForRewrite() const {
     constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_SYNC | O_CLOEXEC;
+    struct ::stat status {};
+    bool const missing = calls_.stat(name_, status) != 0;
     int const file = Uninterrupted([&] { return calls_.open(name_, flags, 0644); });
-    struct ::stat sibling {};
-    if (file >= 0 && missing && calls_.stat(sibling_, sibling) == 0) {
-        giveAccess(file, sibling);
+    if (file >= 0 && missing && calls_.stat(sibling_, status) == 0) {
+        giveAccess(file, status);
     }
     return file;
 }

@@ -14,20 +14,21 @@ namespace FACE {
 ///
 /// A save first brings the content into a sibling, the file's name with ".new" behind it, and has
 /// the medium take it; only then it rewrites the file in place, has the medium take that too, and
-/// removes the sibling. So there is always one of the two that is whole and on the medium:
+/// removes the sibling. The sibling itself comes into being in one step: it is drafted under its
+/// name with ".part" behind it, and renamed when the draft is on the medium. So at each instant
+/// the file or the sibling is whole and on the medium:
 ///
 ///     file    sibling
-///     old     none       nothing happened yet
-///     old     broken     the sibling is being written: the file holds
-///     old     new        the file holds
-///     broken  new        the file is being rewritten: the sibling holds
+///     old     none       drafting the sibling: the file holds
+///     old     new        about to rewrite the file, which still holds
+///     broken  new        rewriting the file: the sibling holds
 ///     new     new        the file holds
 ///     new     none       saved
 ///
-/// A file that is whole always holds, and a sibling beside it means nothing; the next save writes
-/// over it. A sibling counts only beside a file that is not whole, and is given up only when the
-/// file is on the medium. What is whole the owner of the content decides: no proper prefix of a
-/// content may be, unless it lacks but blanks or remarks at the end.
+/// A file that is whole always holds, and a sibling beside it means nothing; the next save replaces
+/// it. A sibling counts only beside a file that is missing or not whole, and is given up only when
+/// the file is on the medium. A draft never counts. What is whole the owner of the content decides:
+/// no proper prefix of a content may be, unless it lacks but blanks or remarks at the end.
 ///
 /// When the named file is a symbolic link, the sibling stands beside what the link leads to. What
 /// is no regular file (a pipe, a device) is written straight and has no sibling.
@@ -56,21 +57,16 @@ public:
     /// handed out all the same. Nothing when there is no whole sibling, or no regular file.
     std::optional<Recovery> recover() const;
 
-    /// Returns when `content`, which must be whole, is on the medium. False when it is not: then
-    /// the file is as it was, or the sibling stays and holds the new content (or, behind an
-    /// earlier save that failed half way, the content of that one).
+    /// Returns true when `content`, which must be whole, is on the medium. False: the file is as it
+    /// was, or a sibling holds `content`; the next save or recovery ends what this one began.
     bool save(std::string_view content) const;
 
 private:
-    enum class Sibling { failed, written, kept };
-
     std::optional<std::string> contentOf(std::string const& path, int flags) const;
-    std::optional<std::string> wholeSibling() const;
-    Sibling prepareSibling(std::string_view content, struct ::stat const* named, int folder) const;
+    bool mayBeWritten() const;
     bool writeSibling(std::string_view content, struct ::stat const* named) const;
-    bool syncSibling() const;
-    bool finish(int file, std::string_view content, int folder) const;
-    int openForRewrite(bool missing) const;
+    bool putInPlace(std::string_view content, int folder) const;
+    int openForRewrite() const;
     bool writeAndSync(int file, std::string_view content) const;
     bool sync(int descriptor) const;
     bool close(int descriptor) const;
@@ -79,6 +75,7 @@ private:
 
     std::string const name_;
     std::string const sibling_;
+    std::string const draft_;
     std::string const folder_;
     Whole const whole_;
     FileCalls& calls_;

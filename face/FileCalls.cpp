@@ -54,6 +54,10 @@ int FileCalls::unlink(std::string const& path) {
     return ::unlink(path.c_str());
 }
 
+int FileCalls::rename(std::string const& from, std::string const& to) {
+    return ::rename(from.c_str(), to.c_str());
+}
+
 std::optional<std::string> FileCalls::target(std::string const& path) {
     std::array<char, PATH_MAX> text{};
     ::ssize_t const length = ::readlink(path.c_str(), text.data(), text.size());

@@ -31,6 +31,7 @@ public:
     virtual int close(int descriptor);
     virtual int stat(std::string const& path, struct ::stat& status);
     virtual int unlink(std::string const& path);
+    virtual int rename(std::string const& from, std::string const& to);
 
     /// What the symbolic link `path` names; nothing when it is no link.
     virtual std::optional<std::string> target(std::string const& path);
