@@ -110,11 +110,12 @@ void EventQueue::repeatConfigs() {
     // Each comes once, also when its time has passed several times over.
     for (std::size_t count = configs_.size(); count > 0 && configs_.front().nextRepeat <= now;
          --count) {
-        ConfigItem config = std::move(configs_.front());
-        configs_.pop_front();
+        // Taken from the front last: without memory for the other places it stays, and is due.
+        ConfigItem config = configs_.front();
         config.nextRepeat = now + repeatDuration_;
         appendEvent(config.event);
         configs_.push_back(std::move(config));
+        configs_.pop_front();
     }
 }
 

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -11,6 +12,7 @@
 
 #include "ASPN/EventQueue.h"
 #include "tests/ASPN/SetClock.h"
+#include "tests/face/FailingAllocation.h"
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
@@ -150,6 +152,29 @@ TEST(EventQueue, RepeatsOnceWhenSeveralRepeatDurationsHavePassed) {
     q.takeAll();
     q.clock.advance(10000s);
     EXPECT_THAT(q.takeAll(), ElementsAre("2 a", "2 b"));
+}
+
+TEST(EventQueue, KeepsAConfigLineThatIsDueWhileThereIsNoMemory) {
+    Queue q;
+    std::string const line(100, 'c');  // more than a string holds within itself
+    q.queue.push_back_config(line);
+    EXPECT_THAT(q.takeAll(), ElementsAre("2 " + line));
+    q.clock.advance(300s);
+    bool raised = false;
+    {
+        FailingAllocation const noMemory;
+        int type = -1;
+        std::string text;
+        try {
+            q.queue.pop_front(type, text, 0ms);
+        } catch (std::bad_alloc const&) {
+            raised = true;
+        }
+    }
+    EXPECT_TRUE(raised);
+    EXPECT_THAT(q.takeAll(), ElementsAre("2 " + line));
+    q.clock.advance(300s);
+    EXPECT_THAT(q.takeAll(), ElementsAre("2 " + line));
 }
 
 TEST(EventQueue, StandsARepeatDurationOfZero) {
