@@ -3,7 +3,8 @@
 //
 // Input: byte 0 chooses the source and byte 1 the message, byte 2 is the device's instance, byte 3
 // tells how the number of bytes strays from the truth; the rest is the frame. The server runs
-// without links, so that nothing waits: what it sends is lost.
+// without links, so that nothing waits: what it sends is lost. A time mark and a message 5040 of
+// the engine come before the record and a message 9391 after it, so that it finds its partners.
 
 #include <algorithm>
 #include <array>
@@ -87,6 +88,20 @@ GSSIP makeRecord(std::uint8_t const* input, std::size_t size) {
     return record;
 }
 
+/// A good record of the engine with empty data, but for `word` of them.
+GSSIP makeEngineRecord(std::uint16_t id, std::uint16_t words, std::size_t word = 0,
+                       std::uint16_t value = 0) {
+    std::vector<std::uint16_t> frame(GSSIP_HEADER_WORDS + words + 1);
+    MakeHeader(frame.data(), id, words);
+    frame[GSSIP_HEADER_WORDS + word] = value;
+    auto const* const bytes = reinterpret_cast<std::uint8_t const*>(frame.data());
+    GSSIP record;
+    record.header().device_id(0x03002E00 | servers.front() << 16);
+    record.data({bytes, bytes + 2 * frame.size()});
+    record.num_bytes(static_cast<std::int32_t>(record.data().size()));
+    return record;
+}
+
 void checkCopy(GSSIP const& record) {
     const std::size_t length = gssipFrameLength(record);
     if (length > record.data().size()) {
@@ -116,13 +131,20 @@ void checkCopy(GSSIP const& record) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* input, std::size_t size) {
-    static auto const server = makeServer();
+    // Not destroyed: what it first uses on its way, the singletons, would be gone before it.
+    static ZephonServer* const server = makeServer().release();
+    static GSSIP const timeMark = makeEngineRecord(8504, 200, 48, 0x0001);
+    static GSSIP const before = makeEngineRecord(5040, 88);
+    static GSSIP const after = makeEngineRecord(9391, 84);
     if (size < choices) {
         return 0;
     }
     GSSIP const record = makeRecord(input, size);
+    server->cbGssip(timeMark);
+    server->cbGssip(before);
     server->cbGssip(record);
     server->cbDtOut(record);
+    server->cbGssip(after);
     checkCopy(record);
     return 0;
 }
