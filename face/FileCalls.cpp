@@ -69,13 +69,13 @@ std::optional<std::string> FileCalls::target(std::string const& path) {
 
 int FileCalls::lock(int descriptor) {
     using namespace std::chrono_literals;
-    auto const deadline = std::chrono::steady_clock::now() + 2s;
+    auto const deadline = std::chrono::steady_clock::now() + 5s;
     while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
         bool const taken = errno == EWOULDBLOCK || errno == EINTR;
         if (!taken || std::chrono::steady_clock::now() >= deadline) {
             return -1;
         }
-        std::this_thread::sleep_for(5ms);
+        std::this_thread::sleep_for(1ms);
     }
     return 0;
 }

@@ -36,7 +36,7 @@ public:
     /// What the symbolic link `path` names; nothing when it is no link.
     virtual std::optional<std::string> target(std::string const& path);
 
-    /// Takes the advisory lock of an open file or folder, which its close gives back. Waits 2 s at
+    /// Takes the advisory lock of an open file or folder, which its close gives back. Waits 5 s at
     /// most: who stopped with the lock held must not stop others. EWOULDBLOCK after that.
     virtual int lock(int descriptor);
 };
