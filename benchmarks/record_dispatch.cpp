@@ -16,7 +16,7 @@
 
 #include "bench/Bench.h"
 #include "benchmarks/AllocationCount.h"
-#include "zephon/ZephonServer.h"
+#include "benchmarks/LocalServer.h"
 
 namespace benchmarks {
 namespace {
@@ -36,14 +36,6 @@ GSSIP makeRecord(std::vector<std::uint16_t> const& data) {
     return record;
 }
 
-void start(ZephonServer& server) {
-    FACE::RETURN_CODE_TYPE::Value code = FACE::RETURN_CODE_TYPE::NO_ACTION;
-    server.Request_State_Transition(ZephonServer::RequestedState::START, code);
-    if (code != FACE::RETURN_CODE_TYPE::NO_ERROR) {
-        throw std::runtime_error("the server does not start");
-    }
-}
-
 /// Allocations for a record where there is no link: the message alone.
 double countAllocations(std::size_t words) {
     auto const server = std::make_unique<ZephonServer>();
@@ -54,21 +46,6 @@ double countAllocations(std::size_t words) {
         server->cbGssip(record);
     }
     return static_cast<double>(allocationCount() - before) / batchRecords;
-}
-
-void connect(ZephonServer& server, bench::Bench& bench) {
-    if (::setenv(bench::DeviceRoot::environmentVariable, bench.devices().path().c_str(), 1) != 0) {
-        throw std::runtime_error("the environment takes no device root");
-    }
-    std::string const file = bench.configuration().write(bench.folder().path());
-    FACE::RETURN_CODE_TYPE::Value code = FACE::RETURN_CODE_TYPE::NO_ACTION;
-    server.Configure(file.c_str(), code);
-    if (code == FACE::RETURN_CODE_TYPE::NO_ERROR) {
-        server.Framework_Connect(file.c_str(), code);
-    }
-    if (code != FACE::RETURN_CODE_TYPE::NO_ERROR) {
-        throw std::runtime_error("the server does not connect");
-    }
 }
 
 /// Times of single calls in nanoseconds, sorted; the reading of the clock is included.
