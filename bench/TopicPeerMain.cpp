@@ -466,8 +466,8 @@ public:
     Schedule(const Schedule&) = delete;
     Schedule& operator=(const Schedule&) = delete;
 
-    void start(std::vector<Topic*> topics, double rate, std::int64_t count, std::int64_t begin,
-               std::int64_t utc) {
+    void start(const std::vector<Topic*>& topics, double rate, std::int64_t count,
+               std::int64_t begin, std::int64_t utc) {
         stop();
         stop_ = false;
         thread_ = std::thread([=] { run(topics, rate, count, begin, utc); });
@@ -574,7 +574,7 @@ std::string handle(std::istream& words, std::vector<std::unique_ptr<Topic>>& top
             }
             scheduled.push_back(topic);
         }
-        schedule.start(std::move(scheduled), rate, count, begin, utc);
+        schedule.start(scheduled, rate, count, begin, utc);
         return {};
     }
     if (verb == "stop") {

@@ -192,6 +192,7 @@ bool run(Options const& options) {
 
     Loss const loss = lossOf(given, arrivals);
     std::vector<double> times;
+    times.reserve(pairs);
     for (Given const& one : given) {
         times.push_back(one.microseconds);
     }

@@ -72,7 +72,8 @@ TEST_F(AltNavFrameTest, EverySingleWrongByteIsFound) {
     EXPECT_TRUE(altNavigationDefects(right(), position, time).empty());
     for (std::size_t i = 0; i < 88; ++i) {
         UnitFrame wrong = right();
-        wrong.data[i / 2] ^= i % 2 == 0 ? 0x0010U : 0x1000U;
+        std::uint16_t& word = wrong.data[i / 2];
+        word = static_cast<std::uint16_t>(word ^ (i % 2 == 0 ? 0x0010U : 0x1000U));
         EXPECT_EQ(altNavigationDefects(wrong, position, time).size(), 1U) << i;
     }
 }
