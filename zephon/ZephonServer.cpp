@@ -11,8 +11,10 @@ constexpr unsigned char zephonServerId = 49;
 
 }  // namespace
 
-ZephonServer::ZephonServer()
-    : serverId_(zephonServerId), name_(ASPN2::ServerIds::to_string(zephonServerId)) {}
+ZephonServer::ZephonServer(Clock clock)
+    : serverId_(zephonServerId),
+      name_(ASPN2::ServerIds::to_string(zephonServerId)),
+      clock_(std::move(clock)) {}
 
 ZephonServer::~ZephonServer() {
     // The reporters outlive the object, but not with its services. Links next and the queues

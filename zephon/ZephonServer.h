@@ -1,8 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "ASPN/CmdResponse.h"
 #include "ASPN/DeviceIds.h"
@@ -25,15 +28,19 @@
 #include "ioss_mcsq/GssipMcsq.h"
 #include "platform/Mutex.h"
 #include "zephon/AltNavSolution.h"
+#include "zephon/CommandVerbs.h"
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
 #include "zephon/PartNumbers.h"
 #include "zephon/ReceiverStatusJoin.h"
 #include "zephon/ServerParameters.h"
+#include "zephon/StoredCommands.h"
 #include "zephon/TimeMark.h"
+#include "zephon/TimedProcedure.h"
 
 struct Trevo5044Record;
 class TrevoCommandMsg;
+enum class e5001_Command : std::uint16_t;
 
 /// The server: it takes records in, decides, and hands messages on.
 ///
@@ -51,8 +58,10 @@ public:
     using ReturnCode = FACE::RETURN_CODE_TYPE;
     using RequestedState = FACE::LCM::Meridane::RequestedState;
     using ReportedState = FACE::LCM::Meridane::ReportedState;
+    using Clock = std::function<TimedProcedure::Clock::time_point()>;
 
-    ZephonServer();
+    /// `clock` times what a command starts and the server ends; any thread calls it.
+    explicit ZephonServer(Clock clock = TimedProcedure::Clock::now);
     ~ZephonServer() override;
     ZephonServer(ZephonServer const&) = delete;
     ZephonServer& operator=(ZephonServer const&) = delete;
@@ -98,10 +107,22 @@ public:
 
     // ---- Commands (ZephonServerCommands.cpp), any thread that holds no lock -------------
 
+    /// Takes a command and answers it; the vocabulary stands in zephon/CommandVerbs. What is no
+    /// command, and a text that is no verb of its sender, gets no answer. What a handler raises
+    /// passes through, unanswered and with its text on standard error.
+    void cbCmd(aspn2_msgs::idl::CommandResponse const& record);
     /// Publishes a command, and tells it with debug on.
     void sendCommandMessage(aspn2_msgs::idl::CommandResponse& record);
+    /// Publishes an answer, and tells it with debug on.
+    void sendResponseMessage(aspn2_msgs::idl::CommandResponse& record);
     /// Publishes the record on that connection; what can't be published is reported and lost.
     void sendCmdRspMessage(long long connection, aspn2_msgs::idl::CommandResponse& record);
+
+    // Handlers of verbs, called by cbCmd.
+    CommandAnswer selectLiveMode(Command const& command);
+    CommandAnswer selectSimulationMode(Command const& command);
+    CommandAnswer answerPing(Command const& command);
+    CommandAnswer initSincgars(Command const& command) EXCLUDES(sincgars_.mutex);
 
     // ---- Navigation output (ZephonServerNavigation.cpp), listener threads ---------------
 
@@ -168,7 +189,8 @@ private:
     bool makeTyped(Typed<T>& typed);
     template <typename T>
     bool receive(Typed<T> const& typed, long long connection,
-                 void (ZephonServer::*callback)(T const&));
+                 void (ZephonServer::*callback)(T const&), char const* callbackName);
+    void reportException(std::string const& place, std::string const& what) const;
     template <typename T>
     bool receiveUnread(Typed<T> const& typed, long long connection);
 
@@ -180,6 +202,13 @@ private:
     void tellStatus(std::string const& unit, Trevo5044Record const& status) const;
     /// Turns what an operator ordered at the unit's own panel into a command to the computer.
     void passOnCommand(TrevoCommandMsg const& message);
+    /// Commands of the human-interface server.
+    void handleHmiCommandResponse(aspn2_msgs::idl::CommandResponse const& record);
+    /// Finds the verb of a command, has it done and answers.
+    void dispatch(aspn2_msgs::idl::CommandResponse const& record);
+    void sendAnswer(aspn2_msgs::idl::CommandResponse const& command, CommandAnswer const& answer);
+    /// Queues message 5001 for virtual units 1 and 2.
+    void sendSincgarsCommand(e5001_Command command);
     void copyToAllEmulators(aspn2_msgs::idl::GSSIP const& record);
 
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);
@@ -210,6 +239,7 @@ private:
     // Constant after construction.
     const unsigned char serverId_;
     const std::string name_;
+    const Clock clock_;
 
     // Changed by Configure and Framework_Connect only, before any other thread reads them.
     SystemParameters system_;
@@ -240,6 +270,14 @@ private:
 
     // The box's built-in test has failed. Read by the threads that take and send time marks.
     std::atomic<bool> bitFailed_{false};
+
+    // Commands and what they start; each synchronises itself. Never two of these locks at once.
+    StoredCommands storedCommands_;
+    TimedProcedure sincgars_;
+    TimedProcedure hotStart_;
+    HotStartSettings hotStartSettings_ GUARDED_BY(hotStart_.mutex);
+    // The last super-user command waits for the unit's status.
+    std::atomic<bool> superUserPending_{false};
 
     // Owned here, self-synchronised. The destructor gives them up in an order of its own.
     std::shared_ptr<FACE::MX_Config> transportConfig_;

@@ -2,15 +2,133 @@
 #include <iostream>
 
 #include "ASPN/HealthReporter.h"
+#include "ASPN/TimeTags.h"
+#include "messages/TrevoCommands.h"
 #include "zephon/ZephonServer.h"
 
 using aspn2_msgs::idl::CommandResponse;
+
+namespace {
+
+constexpr int typeCommand = 0;
+
+}  // namespace
+
+void ZephonServer::cbCmd(CommandResponse const& record) {
+    if (!isRunning() || record.command_response_type() != typeCommand) {
+        return;
+    }
+    if (ASPN2::serverIdOf(record.header().device_id()) == ASPN2::ServerIds::HmiServer) {
+        handleHmiCommandResponse(record);
+        return;
+    }
+    try {
+        dispatch(record);
+    } catch (std::exception const& error) {
+        std::cerr << std::to_string(__LINE__) + " " + error.what() + "\n";
+        throw;
+    }
+}
+
+void ZephonServer::handleHmiCommandResponse(CommandResponse const& record) {
+    dispatch(record);
+}
+
+void ZephonServer::dispatch(CommandResponse const& record) {
+    const auto sender = ASPN2::serverIdOf(record.header().device_id());
+    if (auto const* const verb = findCommandVerb(sender, record.command_response())) {
+        sendAnswer(record, (this->*verb->handler)(Command(record)));
+    }
+}
+
+void ZephonServer::sendAnswer(CommandResponse const& command, CommandAnswer const& answer) {
+    CommandResponse response;
+    switch (answer.kind) {
+        case CommandAnswer::Kind::None:
+            return;
+        case CommandAnswer::Kind::Pass:
+            response = cmdResponse_.makeResponse(command, true);
+            break;
+        case CommandAnswer::Kind::Ack:
+        case CommandAnswer::Kind::Nack:
+            response =
+                cmdResponse_.makeResponseAck(command, answer.kind == CommandAnswer::Kind::Ack);
+            break;
+        case CommandAnswer::Kind::Text:
+            if (answer.text.empty()) {
+                return;
+            }
+            response = cmdResponse_.makeResponse(command, answer.text);
+            break;
+    }
+    const std::string seconds = std::to_string(response.header().timestamp_valid().sec());
+    if (config_.debug) {
+        std::cout << name_ + "::cbCmd(): TOVsec = " + seconds + ", " + response.command_response() +
+                         "\n"
+                  << std::flush;
+    }
+    ReturnCode::Value code = ReturnCode::NOT_AVAILABLE;
+    if (commandResponseTs_ != nullptr) {
+        long long transaction = 0;
+        commandResponseTs_->Send_Message(topics_.response, 0, transaction, response, code);
+    }
+    if (code != ReturnCode::NO_ERROR) {
+        HealthReporter::Instance().SendEvent(
+            __FILE__, __LINE__, EventTypes::FAILURE,
+            name_ + ": Could not publish Set TimeCode change Response for TOV = " + seconds + ", " +
+                response.command_response());
+    }
+}
+
+// ---- Handlers -----------------------------------------------------------------------------
+
+CommandAnswer ZephonServer::selectLiveMode(Command const& /*command*/) {
+    ASPN2::TimeCodeHelper::Instance().setLiveMode();
+    return CommandAnswer::pass();
+}
+
+CommandAnswer ZephonServer::selectSimulationMode(Command const& /*command*/) {
+    ASPN2::TimeCodeHelper::Instance().setSimMode();
+    return CommandAnswer::pass();
+}
+
+CommandAnswer ZephonServer::answerPing(Command const& /*command*/) {
+    return CommandAnswer::with(name_);
+}
+
+CommandAnswer ZephonServer::initSincgars(Command const& /*command*/) {
+    if (config_.debug) {
+        std::cout << "Starting SINCGARS\n" << std::flush;
+    }
+    sendSincgarsCommand(e5001_Command::SincgarsFirst);
+    sendSincgarsCommand(e5001_Command::SincgarsSecond);
+    const platform::MutexLock lock(sincgars_.mutex);
+    sincgars_.start(clock_());
+    return CommandAnswer::none();
+}
+
+void ZephonServer::sendSincgarsCommand(e5001_Command command) {
+    const auto message = std::make_shared<TrevoCommandMsg>();
+    message->setSimpleModeCommand(command);
+    for (const int unit : {1, 2}) {
+        sendToEmulator(unit, message);
+    }
+}
+
+// ---- Outgoing records ---------------------------------------------------------------------
 
 void ZephonServer::sendCommandMessage(CommandResponse& record) {
     if (config_.debug) {
         std::cout << "Sending Command Message: " + record.command_response() + "\n" << std::flush;
     }
     sendCmdRspMessage(topics_.command, record);
+}
+
+void ZephonServer::sendResponseMessage(CommandResponse& record) {
+    if (config_.debug) {
+        std::cout << "Sending Response Message: " + record.command_response() + "\n" << std::flush;
+    }
+    sendCmdRspMessage(topics_.response, record);
 }
 
 void ZephonServer::sendCmdRspMessage(long long connection, CommandResponse& record) {

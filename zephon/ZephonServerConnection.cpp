@@ -175,15 +175,33 @@ bool ZephonServer::makeTyped(Typed<T>& typed) {
 
 template <typename T>
 bool ZephonServer::receive(Typed<T> const& typed, long long connection,
-                           void (ZephonServer::*callback)(T const&)) {
+                           void (ZephonServer::*callback)(T const&), char const* callbackName) {
+    // What escaped here would end a thread of the transport, or reach who published.
+    const auto guarded = [this, callback, callbackName](T const& record) {
+        try {
+            (this->*callback)(record);
+        } catch (std::exception const& error) {
+            reportException(callbackName, error.what());
+        } catch (...) {
+            reportException(callbackName, "unknown");
+        }
+    };
     ReturnCode::Value code = ReturnCode::NO_ERROR;
     typed->Register_Callback(
         connection,
-        [this, callback](long long, long long, T const& record, FACE::TSS::HEADER_TYPE const&,
-                         FACE::Sequence<FACE::TSS::QoS_Element> const&,
-                         ReturnCode::Value&) { (this->*callback)(record); },
+        [guarded](long long, long long, T const& record, FACE::TSS::HEADER_TYPE const&,
+                  FACE::Sequence<FACE::TSS::QoS_Element> const&,
+                  ReturnCode::Value&) { guarded(record); },
         code);
     return code == ReturnCode::NO_ERROR;
+}
+
+void ZephonServer::reportException(std::string const& place, std::string const& what) const {
+    const std::string text = name_ + ": " + place + " EXCEPTION: " + what;
+    HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::FAILURE, text);
+    if (config_.debug) {
+        std::cout << text + "\n" << std::flush;
+    }
 }
 
 /// Subscribes to a topic whose records no job of the server reads: siblings see a matched
@@ -200,13 +218,14 @@ bool ZephonServer::receiveUnread(Typed<T> const& typed, long long connection) {
 }
 
 bool ZephonServer::registerTopics() {
-    if (!receiveUnread(commandResponseTs_, topics_.command) ||
+    if (!receive(commandResponseTs_, topics_.command, &ZephonServer::cbCmd, "cbCmd()") ||
         !receiveUnread(commandResponseTs_, topics_.response) ||
-        !receive(eventLogTs_, topics_.eventLog, &ZephonServer::cbEventLog) ||
-        !receive(gpsTimeTs_, topics_.gpsTime, &ZephonServer::cbGpsTime) ||
-        !receive(meridanePntTs_, topics_.meridanePnt, &ZephonServer::cbMxPnt) ||
-        !receive(positionVelocityTs_, topics_.positionVelocity, &ZephonServer::cbPosVel) ||
-        !receive(utcTimeTs_, topics_.utcTime, &ZephonServer::cbUtcTime) ||
+        !receive(eventLogTs_, topics_.eventLog, &ZephonServer::cbEventLog, "cbEventLog()") ||
+        !receive(gpsTimeTs_, topics_.gpsTime, &ZephonServer::cbGpsTime, "cbGpsTime()") ||
+        !receive(meridanePntTs_, topics_.meridanePnt, &ZephonServer::cbMxPnt, "cbMxPnt()") ||
+        !receive(positionVelocityTs_, topics_.positionVelocity, &ZephonServer::cbPosVel,
+                 "cbPosVel()") ||
+        !receive(utcTimeTs_, topics_.utcTime, &ZephonServer::cbUtcTime, "cbUtcTime()") ||
         !receiveUnread(bitReportTs_, topics_.bitReport)) {
         return false;
     }

@@ -1,0 +1,51 @@
+#include "zephon/CommandVerbs.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "ASPN/DeviceIds.h"
+#include "platform/StringUtils.h"
+#include "zephon/ZephonServer.h"
+
+namespace {
+
+using Match = CommandVerb::Match;
+
+// The first row that matches decides.
+constexpr std::array commonVerbs{
+    CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_LIVE", &ZephonServer::selectLiveMode},
+    CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_SIMULATION",
+                &ZephonServer::selectSimulationMode},
+    CommandVerb{Match::WholeText, "BITSERVER_PING", &ZephonServer::answerPing},
+};
+
+constexpr std::array humanInterfaceVerbs{
+    CommandVerb{Match::WholeText, "INIT_SINCGARS", &ZephonServer::initSincgars},
+};
+
+bool matches(CommandVerb const& row, std::string_view text) {
+    const auto verb = row.match == Match::FirstField ? text.substr(0, text.find(',')) : text;
+    return verb == row.verb;
+}
+
+template <std::size_t Count>
+CommandVerb const* find(std::array<CommandVerb, Count> const& rows, std::string_view text) {
+    const auto found = std::find_if(rows.begin(), rows.end(),
+                                    [text](auto const& row) { return matches(row, text); });
+    return found == rows.end() ? nullptr : &*found;
+}
+
+}  // namespace
+
+Command::Command(aspn2_msgs::idl::CommandResponse const& command)
+    : record(command), fields(StringUtils::split(command.command_response(), ',')) {
+    if (fields.size() > 2) {
+        key = "ZP" + fields[1] + fields[2];
+    }
+}
+
+CommandVerb const* findCommandVerb(unsigned char senderServer, std::string const& text) {
+    return senderServer == ASPN2::ServerIds::HmiServer ? find(humanInterfaceVerbs, text)
+                                                       : find(commonVerbs, text);
+}
