@@ -25,6 +25,7 @@
 #include "bench/SharedMemory.h"
 #include "bench/Simulation.h"
 #include "bench/TopicPeer.h"
+#include "tests/system/RecordInbox.h"
 
 namespace bench {
 namespace {
@@ -367,30 +368,9 @@ TEST_F(TopicPeerTest, TwoPeersOnOneScheduleGiveTheSameTags) {
     EXPECT_TRUE(clock.navigatorPublications().empty());
 }
 
-/// Collects the records that the event logger's thread brings.
-template <class Record>
-class Inbox {
-public:
-    void take(const Record& record) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        records_.push_back(record);
-        changed_.notify_all();
-    }
-    std::vector<Record> wait(std::size_t count) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait_for(lock, deadline, [&] { return records_.size() >= count; });
-        return records_;
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<Record> records_;
-};
-
 TEST_F(TopicPeerTest, EventLoggersHearEachOtherAndNotThemselves) {
     options.role = TopicPeer::Role::EventLogger;
-    std::array<Inbox<EventRecord>, 2> heard;
+    std::array<RecordInbox<EventRecord>, 2> heard;
     options.onEvent = [&](const EventRecord& event) { heard[0].take(event); };
     TopicPeer first(options);
     options.role = TopicPeer::Role::All;
@@ -426,7 +406,7 @@ TEST_F(TopicPeerTest, EventLoggerAloneKnowsOfNoReader) {
 
 TEST_F(TopicPeerTest, EventLoggerHearsMaintenanceEvents) {
     options.role = TopicPeer::Role::EventLogger;
-    Inbox<MaintenanceRecord> heard;
+    RecordInbox<MaintenanceRecord> heard;
     options.onMaintenance = [&](const MaintenanceRecord& fault) { heard.take(fault); };
     TopicPeer peer(options);
     EXPECT_FALSE(peer.waitForWriters(1, 100ms));
@@ -465,10 +445,10 @@ TEST_F(TopicPeerTest, EventLoggerHearsMaintenanceEvents) {
 
 TEST_F(TopicPeerTest, HumanInterfacesHearEachOthersCommandsAndAnswers) {
     options.role = TopicPeer::Role::HumanInterface;
-    Inbox<ResponseRecord> answers;
+    RecordInbox<ResponseRecord> answers;
     options.onResponse = [&](const ResponseRecord& answer) { answers.take(answer); };
     TopicPeer first(options);
-    Inbox<CommandRecord> commands;
+    RecordInbox<CommandRecord> commands;
     options.onResponse = nullptr;
     options.onCommand = [&](const CommandRecord& command) { commands.take(command); };
     TopicPeer second(options);

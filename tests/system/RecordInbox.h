@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// The records with a text that a topic peer has brought, and the waiting for them. Any thread.
+/// The records that a topic peer has brought, and the waiting for them. Any thread.
 template <class Record>
 class RecordInbox {
 public:
@@ -42,6 +42,12 @@ public:
     bool waitForCount(std::size_t count) const {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_for(lock, patience, [&] { return records_.size() >= count; });
+    }
+
+    /// All records once there are `count`; fewer when the time is up.
+    std::vector<Record> wait(std::size_t count) const {
+        waitForCount(count);
+        return all();
     }
 
     std::size_t count(std::string const& text) const {
