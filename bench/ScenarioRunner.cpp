@@ -54,6 +54,13 @@ std::string describe(const Observation& seen) {
                        : "");
 }
 
+/// The device id of the sibling server that writes to a queue: the GPS engine's, or the anti-jam
+/// unit's.
+std::int32_t senderOf(std::string_view queue) {
+    constexpr std::int32_t system = 0x03000000;
+    return system | (queue == "TREVO_MX" ? 39 << 16 : 47 << 16);
+}
+
 const char* typeName(std::int64_t eventType) {
     constexpr std::array<const char*, 6> names{"other",   "diagnostic", "information",
                                                "failure", "link lost",  "reserved"};
@@ -519,6 +526,7 @@ void ScenarioRunner::carryOut(const action::Inject& step) {
         const auto utc = due_.time_since_epoch() + utcAhead_;
         const auto seconds = std::chrono::floor<std::chrono::seconds>(utc);
         QueueRecord record;
+        record.deviceId = senderOf(step.queue);
         record.sequence = injected_++;
         record.validity.seconds = seconds.count();
         record.validity.nanoseconds = static_cast<std::int32_t>((utc - seconds).count());

@@ -71,14 +71,20 @@ std::optional<std::uint16_t> takeFlags(Words& words) {
     return number16(words.take("flags").substr(key.size()), "flag word");
 }
 
-/// Data words up to the end of the line or the word `end`.
+/// Data words up to the end of the line or the word `end`; "3*0x12" stands for three of them.
 std::vector<std::uint16_t> takeDataWords(Words& words, std::string_view end = {}) {
     std::vector<std::uint16_t> data;
     while (!words.empty() && (end.empty() || words.peek() != end)) {
-        if (data.size() == std::numeric_limits<std::uint16_t>::max()) {
+        const std::string& word = words.take("a word");
+        const auto star = word.find('*');
+        const std::size_t count =
+            star == std::string::npos ? 1 : number16(word.substr(0, star), "count");
+        const auto value =
+            number16(star == std::string::npos ? word : word.substr(star + 1), "data word");
+        if (data.size() + count > std::numeric_limits<std::uint16_t>::max()) {
             refuse("a frame has at most 65535 data words");
         }
-        data.push_back(number16(words.take("a word"), "data word"));
+        data.insert(data.end(), count, value);
     }
     return data;
 }

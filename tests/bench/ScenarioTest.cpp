@@ -129,6 +129,8 @@ TEST(Scenario, ReadsFramesForALink) {
     EXPECT_EQ(step.bytes, (UnitFrame{5331, 0x9000, {1, 0xFFFF}}.encode()));
     EXPECT_EQ(actionOf<action::Send>("send link1 frame 5000").bytes,
               (UnitFrame{5000, UnitFrame::linkReady, {}}.encode()));
+    EXPECT_EQ(actionOf<action::Send>("send link1 frame 5000 7 3*0x12 0*9 8").bytes,
+              (UnitFrame{5000, UnitFrame::linkReady, {7, 0x12, 0x12, 0x12, 8}}.encode()));
 }
 
 TEST(Scenario, ReadsBytesForALink) {
@@ -330,6 +332,7 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
         {"send link1 frame -1", "\"-1\" is no message id: a number from 0 to 65535"},
         {"send link1 frame 0x", "\"0x\" is no message id: a number from 0 to 65535"},
         {"send link1 frame 5 flags=", "\"\" is no flag word: a number from 0 to 65535"},
+        {"send link1 frame 5 x*0", "\"x\" is no count: a number from 0 to 65535"},
         {"send link1 frame 5 x", "\"x\" is no data word: a number from 0 to 65535"},
         {"send link1 frame 5 1 flags=1", "\"flags=1\" is no data word: a number from 0 to 65535"},
         {"send link1 bytes", "a byte is missing"},
@@ -415,6 +418,8 @@ TEST(Scenario, RefusesWhatIsTooLong) {
         words += " 1";
     }
     EXPECT_EQ(refusal(words), "test:1: a frame has at most 65535 data words");
+    EXPECT_EQ(refusal("send link1 frame 5 0 65535*0"),
+              "test:1: a frame has at most 65535 data words");
 }
 
 TEST(Scenario, ShortensLongWordsInItsReasons) {

@@ -75,6 +75,11 @@ TEST_F(ZephonBench, EndsTheDemoInOrderOnCtrlC) {
     EXPECT_THAT(program.standardOutput(), HasSubstr("All went well."));
 }
 
+TEST_F(ZephonBench, NavigationSecondScenarioHolds) {
+    const Program program({"--scenario", example("navigation-second")});
+    EXPECT_EQ(program.status(), 0) << program.output();
+}
+
 TEST_F(ZephonBench, LostLineScenarioHolds) {
     const Program program({"--scenario", example("lost-line"), "--set", "rate=5"});
     EXPECT_EQ(program.status(), 0) << program.output();
