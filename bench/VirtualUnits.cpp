@@ -216,8 +216,11 @@ std::string VirtualUnits::describe(std::size_t most) const {
     for (unsigned unit = 1; unit <= count; ++unit) {
         text += "virtual unit " + std::to_string(unit) + ":\n";
         for (const VirtualFrame& entry : units_.at(unit - 1).log.last(most)) {
-            text += "  " + std::to_string(entry.frame.id) + (entry.wrapped ? ": " : ", for all: ") +
-                    hexadecimal(entry.bytes) + "\n";
+            // What is for all stands in the log of the link already.
+            if (entry.wrapped) {
+                text +=
+                    "  " + std::to_string(entry.frame.id) + ": " + hexadecimal(entry.bytes) + "\n";
+            }
         }
     }
     return text;

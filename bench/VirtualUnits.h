@@ -98,7 +98,8 @@ public:
     bool waitForDefects(std::uint64_t count, Duration timeout) const;
     std::vector<std::string> defectTexts() const;
 
-    /// Defects and the last `most` messages of each unit, for the report of a failed test.
+    /// Defects and, of the last `most` messages of each unit, those for it alone: for the report of
+    /// a failed test.
     std::string describe(std::size_t most = 10) const;
 
 private:
