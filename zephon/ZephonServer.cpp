@@ -17,6 +17,7 @@ ZephonServer::ZephonServer(Clock clock)
       clock_(std::move(clock)) {}
 
 ZephonServer::~ZephonServer() {
+    stopThreads();
     // The reporters outlive the object, but not with its services. Links next and the queues
     // after them: they end their threads. Then the services from the top down; the transport goes
     // after the last typed service, and with it the last callback.
@@ -72,6 +73,7 @@ void ZephonServer::startServer() {
     started->setPayload(command);
     started->header[3] |= FLAG_ACK_REQUEST;
     sendToPntdBitPort(started);
+    startThreads();
     const std::string text = name_ + " started successfully.";
     HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::INFORMATION, text);
     std::cout << text + "\n" << std::flush;
@@ -84,6 +86,7 @@ void ZephonServer::stopServer() {
             link->stop();
         }
     }
+    stopThreads();
     const std::string text = name_ + " stopped successfully.";
     HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::INFORMATION, text);
     std::cout << text + "\n" << std::flush;

@@ -196,6 +196,15 @@ private:
 
     void startServer();
     void stopServer();
+
+    // Timed procedures (ZephonServerPeriodic.cpp).
+    void startThreads();
+    /// Ends the server's own threads and waits for them, a tenth of a second at most.
+    void stopThreads();
+    /// Looks ten times a second what is to end. What a round raises is an event.
+    void periodicThreadFunction();
+    void endSincgars() EXCLUDES(sincgars_.mutex);
+
     bool isRunning() const { return state_ == ReportedState::RUNNING; }
 
     /// Reports the states of message 5044 that matter to others; `unit` names who has it.
@@ -278,6 +287,10 @@ private:
     HotStartSettings hotStartSettings_ GUARDED_BY(hotStart_.mutex);
     // The last super-user command waits for the unit's status.
     std::atomic<bool> superUserPending_{false};
+
+    // Set by main's thread, read by the server's own threads, which main's alone starts and joins.
+    std::atomic<bool> stopThreads_{false};
+    std::thread periodicThread_;
 
     // Owned here, self-synchronised. The destructor gives them up in an order of its own.
     std::shared_ptr<FACE::MX_Config> transportConfig_;

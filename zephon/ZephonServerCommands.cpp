@@ -8,14 +8,9 @@
 
 using aspn2_msgs::idl::CommandResponse;
 
-namespace {
-
-constexpr int typeCommand = 0;
-
-}  // namespace
-
 void ZephonServer::cbCmd(CommandResponse const& record) {
-    if (!isRunning() || record.command_response_type() != typeCommand) {
+    if (!isRunning() ||
+        record.command_response_type() != aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_COMMAND) {
         return;
     }
     if (ASPN2::serverIdOf(record.header().device_id()) == ASPN2::ServerIds::HmiServer) {

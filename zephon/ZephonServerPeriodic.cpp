@@ -1,0 +1,60 @@
+#include <chrono>
+#include <exception>
+#include <iostream>
+#include <pthread.h>
+#include <thread>
+
+#include "messages/TrevoCommands.h"
+#include "zephon/ZephonServer.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// Also how long a STOP waits for the thread, at most.
+constexpr milliseconds periodicRound{100};
+constexpr seconds sincgarsDuration{45};
+
+}  // namespace
+
+void ZephonServer::startThreads() {
+    stopThreads_ = false;
+    periodicThread_ = std::thread([this] { periodicThreadFunction(); });
+    pthread_setname_np(periodicThread_.native_handle(), "periodic");
+}
+
+void ZephonServer::stopThreads() {
+    stopThreads_ = true;
+    if (periodicThread_.joinable()) {
+        periodicThread_.join();
+    }
+}
+
+void ZephonServer::periodicThreadFunction() {
+    while (!stopThreads_) {
+        std::this_thread::sleep_for(periodicRound);
+        try {
+            endSincgars();
+        } catch (std::exception const& error) {
+            reportException("periodicThreadFunction()", error.what());
+        } catch (...) {
+            reportException("periodicThreadFunction()", "unknown");
+        }
+    }
+}
+
+void ZephonServer::endSincgars() {
+    if (!sincgars_.isRunning()) {
+        return;
+    }
+    const platform::MutexLock lock(sincgars_.mutex);
+    if (!sincgars_.isOver(clock_(), sincgarsDuration)) {
+        return;
+    }
+    if (config_.debug) {
+        std::cout << "SINCGARS RESET\n" << std::flush;
+    }
+    sendSincgarsCommand(e5001_Command::SincgarsReset);
+    sincgars_.end();
+}
