@@ -108,9 +108,9 @@ TEST_F(ReceiverStatus, APairBehindATimeMarkIsOneMessageOnLinkOne) {
 }
 
 TEST_F(ReceiverStatus, AUnitWithoutAcksIsToldAtTheSeventhMessage) {
-    const EventReader events(bench);
     bench.unit(1).setReaction(30000, {Policy::Silence});
     start();
+    const EventReader events(bench);
     fromEngine(make8504(0x01));
     const auto send = [this](int from, int to) {
         for (int time = from; time <= to; ++time) {
@@ -134,8 +134,8 @@ TEST_F(ReceiverStatus, AUnitWithoutAcksIsToldAtTheSeventhMessage) {
 }
 
 TEST_F(ReceiverStatus, AUnitThatAcknowledgesIsNotTold) {
-    const EventReader events(bench);
     start();
+    const EventReader events(bench);
     fromEngine(make8504(0x01));
     for (int time = 1; time <= 9; ++time) {
         fromEngine(make5040(time));
@@ -169,8 +169,8 @@ TEST_F(ReceiverStatus, TheEnginesStatusWordsStandInEverySolution) {
 }
 
 TEST_F(ReceiverStatus, ReradModeOfTheEngineClearsItsFlag) {
-    EventReader events(bench);
     startWithComputer();
+    EventReader events(bench);
     ASSERT_TRUE(events.peer().waitForReaders(1, patience));
     // Lines come in order: once the server has printed one, it has taken the one before.
     const auto publish = [&](std::string const& text, std::int64_t source,
@@ -216,8 +216,8 @@ TEST_F(ReceiverStatus, ThreatsAndTheEnginesStatusTextGoOn) {
 }
 
 TEST_F(ReceiverStatus, WhatIsTooShortOrTooLongGivesNothingButTheToldEvent) {
-    const EventReader events(bench);
     start();
+    const EventReader events(bench);
     fromEngine(make8504(0x01));
     fromEngine(make5040(100));
     for (const int change : {-1, 1}) {
