@@ -303,6 +303,8 @@ public:
         attributes.qos.m_reliability.kind =
             bestEffort_ ? rtps::BEST_EFFORT_RELIABILITY_QOS : rtps::RELIABLE_RELIABILITY_QOS;
         attributes.qos.m_durability.kind = rtps::TRANSIENT_LOCAL_DURABILITY_QOS;
+        // The library asks for an acknowledgement every 3 s, and waitForReaders awaits several.
+        attributes.times.heartbeatPeriod = rtps::Duration_t(0, 200'000'000);
         attributes.historyMemoryPolicy = rtps::rtps::PREALLOCATED_WITH_REALLOC_MEMORY_MODE;
         publisher_ = rtps::Domain::createPublisher(participant, attributes, this);
         if (publisher_ == nullptr) {
