@@ -6,6 +6,7 @@
 
 #include "ASPN/DeviceIds.h"
 #include "platform/StringUtils.h"
+#include "zephon/PortSettings.h"
 #include "zephon/ZephonServer.h"
 
 namespace {
@@ -18,6 +19,12 @@ constexpr std::array commonVerbs{
     CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_SIMULATION",
                 &ZephonServer::selectSimulationMode},
     CommandVerb{Match::WholeText, "BITSERVER_PING", &ZephonServer::answerPing},
+    CommandVerb{Match::FirstField, "SET_ZEPHON_COM", &ZephonServer::answerSetCom},
+    CommandVerb{Match::FirstField, "SET_ZEPHON_MESSAGE_OUTPUT",
+                &ZephonServer::answerSetMessageOutput},
+    CommandVerb{Match::FirstField, "QUERY_ZEPHON_MESSAGE_OUTPUT",
+                &ZephonServer::answerQueryMessageOutput},
+    CommandVerb{Match::FirstField, "QUERY_ZEPHON_COM", &ZephonServer::answerQueryCom},
 };
 
 constexpr std::array humanInterfaceVerbs{
@@ -41,7 +48,7 @@ CommandVerb const* find(std::array<CommandVerb, Count> const& rows, std::string_
 Command::Command(aspn2_msgs::idl::CommandResponse const& command)
     : record(command), fields(StringUtils::split(command.command_response(), ',')) {
     if (fields.size() > 2) {
-        key = "ZP" + fields[1] + fields[2];
+        key = portKey(fields[1], fields[2]);
     }
 }
 

@@ -32,9 +32,11 @@
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
 #include "zephon/PartNumbers.h"
+#include "zephon/PortSettings.h"
 #include "zephon/ReceiverStatusJoin.h"
 #include "zephon/ServerParameters.h"
 #include "zephon/StoredCommands.h"
+#include "zephon/StoredSettings.h"
 #include "zephon/TimeMark.h"
 #include "zephon/TimedProcedure.h"
 
@@ -123,6 +125,15 @@ public:
     CommandAnswer selectSimulationMode(Command const& command);
     CommandAnswer answerPing(Command const& command);
     CommandAnswer initSincgars(Command const& command) EXCLUDES(sincgars_.mutex);
+
+    // ---- Port settings (ZephonServerPorts.cpp), any thread ------------------------------
+
+    /// Handlers of verbs, called by cbCmd. A set is stored and sent before it is answered with what
+    /// is stored then; nothing comes between.
+    CommandAnswer answerSetCom(Command const& command) EXCLUDES(settingsMutex_);
+    CommandAnswer answerSetMessageOutput(Command const& command) EXCLUDES(settingsMutex_);
+    CommandAnswer answerQueryCom(Command const& command) EXCLUDES(settingsMutex_);
+    CommandAnswer answerQueryMessageOutput(Command const& command) EXCLUDES(settingsMutex_);
 
     // ---- Navigation output (ZephonServerNavigation.cpp), listener threads ---------------
 
@@ -220,6 +231,35 @@ private:
     void sendSincgarsCommand(e5001_Command command);
     void copyToAllEmulators(aspn2_msgs::idl::GSSIP const& record);
 
+    // Port settings (ZephonServerPorts.cpp). What is raised there is an event, or with the replay
+    // at the start a line on standard error.
+    bool zephonComParametersAreValid(Fields const& fields) const;
+    bool zephonMessageOutParametersAreValid(Fields const& fields) const;
+    /// Store valid fields in a container and send them; without that container nothing is sent.
+    void setZephonCom(Fields const& fields, std::string const& key) REQUIRES(settingsMutex_);
+    void setZephonMsgConnects(Fields const& fields, std::string const& key)
+        REQUIRES(settingsMutex_);
+    /// Raise without the container; values that can't be written are an event.
+    void writeComParams(Fields const& fields, std::string const& key) const
+        REQUIRES(settingsMutex_);
+    void writeZephonMsgConnects(Fields const& fields, std::string const& key) const
+        REQUIRES(settingsMutex_);
+    /// What is stored in a container, as it is answered; empty values and zeros without it.
+    std::string getComRsp(std::string const& key) const REQUIRES(settingsMutex_);
+    std::string getMessageRsp(std::string const& key) const REQUIRES(settingsMutex_);
+    /// Send a command or an answer; raise for what has no code in the message.
+    void buildAndSend5331(Fields const& row) REQUIRES(settingsMutex_);
+    void buildAndSend30001(Fields const& row) REQUIRES(settingsMutex_);
+    Fields portRow(std::string const& unit, std::string const& port) const REQUIRES(settingsMutex_);
+    Fields messageRow(std::string const& unit, std::string const& port) const
+        REQUIRES(settingsMutex_);
+    /// Whether the row is about a COM2 that repeats COM1, which the unit sets up by itself.
+    bool isLeftToCom1(Fields const& row) const REQUIRES(settingsMutex_);
+    /// Replays what is stored of all ports. True also when the file is damaged: the unit then
+    /// keeps what it has, from that port on.
+    bool configureComPortInfo() EXCLUDES(settingsMutex_);
+    void configureComPortsOf(std::string const& unit) REQUIRES(settingsMutex_);
+
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);
     void handleMeridanePNTMessage(aspn2_msgs::idl::MeridanePNT const& record);
     void checkIfReceivedBoth();
@@ -279,6 +319,11 @@ private:
 
     // The box's built-in test has failed. Read by the threads that take and send time marks.
     std::atomic<bool> bitFailed_{false};
+
+    // Held from a command to its answer: a file that is written holds still for who reads it, and
+    // an answer tells what its own command left. Over the link table's and the event queue's.
+    platform::Mutex settingsMutex_;
+    StoredSettings settings_ GUARDED_BY(settingsMutex_);
 
     // Commands and what they start; each synchronises itself. Never two of these locks at once.
     StoredCommands storedCommands_;

@@ -74,6 +74,10 @@ bool ZephonServer::readConfiguration(FACE::String const& file) {
         return false;
     }
     GetConfigParameters(config, handle, config_, parameters);
+    {
+        const platform::MutexLock lock(settingsMutex_);
+        settings_ = StoredSettings(FACE::ToStdString(config_.storedSettings));
+    }
     config.Close(handle, code);
     return countServerConfigurations(config) && parameters == ReturnCode::NO_ERROR;
 }
@@ -137,6 +141,7 @@ void ZephonServer::Framework_Connect(FACE::String const& /*file*/, ReturnCode::V
     startReporters();
     connectLinks();
     announce();
+    configureComPortInfo();  // before the links run: the replay is the first that leaves link 1
     FpgaFace::fpga_set_periph_control(serverPeripheral, 1);
     code = ReturnCode::NO_ERROR;
 }
