@@ -79,7 +79,14 @@ FloorParticipant::FloorParticipant(FloorSettings settings) : settings_(std::move
 }
 
 FloorParticipant::~FloorParticipant() {
-    fastrtps::Domain::removeParticipant(participant_);
+    close();
+}
+
+void FloorParticipant::close() {
+    if (participant_ != nullptr) {
+        fastrtps::Domain::removeParticipant(participant_);
+        participant_ = nullptr;
+    }
 }
 
 void FloorParticipant::registerType(eprosima::fastdds::dds::TopicDataType& support) {
@@ -117,12 +124,14 @@ void FloorParticipant::makeReader(char const* topic, char const* type,
     }
 }
 
-void FloorParticipant::makeWriter(char const* topic, char const* type) {
+fastrtps::Publisher& FloorParticipant::makeWriter(char const* topic, char const* type) {
     auto attributes = attributesOf<fastrtps::PublisherAttributes>(topic, type);
     attributes.qos.m_durability.kind = fastrtps::TRANSIENT_LOCAL_DURABILITY_QOS;
-    if (fastrtps::Domain::createPublisher(participant_, attributes) == nullptr) {
+    auto* const writer = fastrtps::Domain::createPublisher(participant_, attributes);
+    if (writer == nullptr) {
         throw std::runtime_error(std::string("no writer could be made of ") + topic);
     }
+    return *writer;
 }
 
 }  // namespace benchmarks

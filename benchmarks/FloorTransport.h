@@ -7,6 +7,7 @@
 #include <fastrtps/attributes/PublisherAttributes.h>
 #include <fastrtps/attributes/SubscriberAttributes.h>
 #include <fastrtps/participant/Participant.h>
+#include <fastrtps/publisher/Publisher.h>
 #include <fastrtps/subscriber/SampleInfo.h>
 #include <fastrtps/subscriber/Subscriber.h>
 #include <fastrtps/subscriber/SubscriberListener.h>
@@ -69,6 +70,9 @@ public:
     FloorParticipant(FloorParticipant const&) = delete;
     FloorParticipant& operator=(FloorParticipant const&) = delete;
 
+    /// Ends readers and writers before the destructor, for listeners that are made after it.
+    void close();
+
     /// Registers the type `Record` and makes a reader of `topic`; a volatile one, as the server's
     /// are without back-fill. `listener` must outlive this object.
     template <class Record>
@@ -77,10 +81,11 @@ public:
         makeReader(topic, aspn2_msgs::TypeName<Record>, listener);
     }
 
+    /// The writer is the participant's.
     template <class Record>
-    void publish(char const* topic) {
+    eprosima::fastrtps::Publisher& publish(char const* topic) {
         addType<Record>();
-        makeWriter(topic, aspn2_msgs::TypeName<Record>);
+        return makeWriter(topic, aspn2_msgs::TypeName<Record>);
     }
 
 private:
@@ -95,7 +100,7 @@ private:
     void registerType(eprosima::fastdds::dds::TopicDataType& support);
     void makeReader(char const* topic, char const* type,
                     eprosima::fastrtps::SubscriberListener& listener);
-    void makeWriter(char const* topic, char const* type);
+    eprosima::fastrtps::Publisher& makeWriter(char const* topic, char const* type);
 
     template <class Attributes>
     Attributes attributesOf(char const* topic, char const* type) const;

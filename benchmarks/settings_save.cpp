@@ -3,9 +3,7 @@
 // Both by turns on copies of one file, in a folder on the medium in question.
 
 #include <array>
-#include <chrono>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
@@ -13,9 +11,9 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
+#include "benchmarks/FileRewrite.h"
 #include "benchmarks/LatencyStatistics.h"
 #include "face/MX_Config.h"
 
@@ -25,23 +23,6 @@ namespace {
 using Code = FACE::RETURN_CODE_TYPE;
 
 constexpr int saves = 500;
-
-template <typename Action>
-double microseconds(Action const& action) {
-    auto const start = std::chrono::steady_clock::now();
-    action();
-    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start)
-        .count();
-}
-
-void rewrite(std::filesystem::path const& path, std::string const& content) {
-    int const file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_SYNC | O_CLOEXEC, 0644);
-    bool const written = file >= 0 && ::write(file, content.data(), content.size()) ==
-                                          static_cast<::ssize_t>(content.size());
-    if (!written || ::close(file) != 0) {
-        throw std::runtime_error("cannot rewrite " + path.string());
-    }
-}
 
 void run(std::filesystem::path const& settings, std::filesystem::path const& folder) {
     std::filesystem::path const file = folder / "settings_save.xml";
@@ -68,7 +49,7 @@ void run(std::filesystem::path const& settings, std::filesystem::path const& fol
         }
         std::ifstream stream(file);
         std::string const content{std::istreambuf_iterator<char>(stream), {}};
-        rewritten.push_back(microseconds([&] { rewrite(alone, content); }));
+        rewritten.push_back(microseconds([&] { rewriteFile(alone, content); }));
     }
     std::filesystem::remove(file);
     std::filesystem::remove(alone);

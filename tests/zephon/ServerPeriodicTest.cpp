@@ -115,7 +115,8 @@ TEST_F(ServerPeriodic, SincgarsStartsAtOnceAndIsResetAfterMoreThan45Seconds) {
     awaitRound();
     EXPECT_EQ(0U, output.count("SINCGARS RESET")) << output.text();
     advance(1ns);
-    EXPECT_TRUE(output.waitFor("SINCGARS RESET\n")) << output.text();
+    EXPECT_TRUE(waitForFrame(bench.unit(1), makeCommandFor(2, 23))) << bench.report();
+    EXPECT_EQ(1U, output.count("SINCGARS RESET\n")) << output.text();
     expectWrapped(startFrames() + resetFrames());
 }
 
