@@ -167,6 +167,9 @@ std::string summary(ScenarioRunner& runner, ScenarioRunner::Result result) {
     row("events",
         fmt::format("{} on EventLog, {} on MaintenanceEvent", figures.events, figures.faults));
     row("queue records", queueTraffic(figures));
+    for (const std::string& setting : figures.settings) {
+        row(&setting == &figures.settings.front() ? "settings" : "", setting);
+    }
     for (const std::string& defect : runner.defects()) {
         row("!", defect);
     }

@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "bench/Bench.h"
 #include "bench/SolutionFrame.h"
@@ -40,6 +41,7 @@ struct RunFigures {
     std::uint64_t events = 0;                           ///< records of EventLog
     std::uint64_t faults = 0;                           ///< records of MaintenanceEvent
     std::map<std::string, std::uint64_t> queueRecords;  ///< by queue, in either direction
+    std::vector<std::string> settings;                  ///< UnitSettings::lines()
 
     std::uint64_t checksumErrors() const;
 };

@@ -127,7 +127,7 @@ Bench::Options ScenarioRunner::benchOptions(Bench::Options options) {
     }
     options.virtualUnits.keptFrames = 100;
     options.virtualUnits.observer = [this](unsigned number, const VirtualFrame& frame) {
-        seen_.add({"virtual" + std::to_string(number), frame.frame, ""});
+        see(number, frame);
     };
     options.serverLine = [this](const std::string& line) {
         see(line);
@@ -143,6 +143,14 @@ void ScenarioRunner::see(unsigned link, const LoggedFrame& frame) {
         ledger_.received(frame);
     }
     seen_.add({linkName(link), frame.frame, ""});
+}
+
+void ScenarioRunner::see(unsigned unit, const VirtualFrame& frame) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        settings_.take(unit, frame);
+    }
+    seen_.add({"virtual" + std::to_string(unit), frame.frame, ""});
 }
 
 void ScenarioRunner::see(const std::string& line) {
@@ -707,6 +715,7 @@ RunFigures ScenarioRunner::figures() {
     figures.events = events_;
     figures.faults = faults_;
     figures.queueRecords = queueRecords_;
+    figures.settings = settings_.lines();
     return figures;
 }
 

@@ -18,6 +18,7 @@
 #include "bench/Scenario.h"
 #include "bench/SolutionLedger.h"
 #include "bench/TopicPeer.h"
+#include "bench/UnitSettings.h"
 
 namespace bench {
 
@@ -118,6 +119,7 @@ private:
     bool streamIsOver() const;
     void settle();
     void see(unsigned link, const LoggedFrame& frame);
+    void see(unsigned unit, const VirtualFrame& frame);
     void see(const std::string& line);
     void see(const EventRecord& event);
     void see(const MaintenanceRecord& fault);
@@ -141,6 +143,7 @@ private:
     std::uint64_t events_ = 0;
     std::uint64_t faults_ = 0;
     std::map<std::string, std::uint64_t> queueRecords_;
+    UnitSettings settings_;
     SolutionLedger::Latencies recent_;
     SolutionLedger::Latencies all_;
     std::uint64_t framesBefore_ = 0;
