@@ -16,6 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr auto deadline = 90s;
 
@@ -62,7 +63,11 @@ TEST_F(ZephonBench, PlaysTheDemoForTheGivenTimeWhenNothingElseIsAsked) {
     EXPECT_THAT(output, HasSubstr("    right, byte for byte      5\n"));
     EXPECT_THAT(output, HasSubstr("EventLog information"));
     EXPECT_THAT(output, HasSubstr("ZephonServer started successfully."));
-    EXPECT_THAT(output, HasSubstr("  queue records               DT_IN 1, PNTD_MX 2, TREVO_MX 1"));
+    EXPECT_THAT(output, HasSubstr("  queue records               DT_IN 1, PNTD_MX 2, TREVO_MX 4"));
+    EXPECT_THAT(output,
+                HasSubstr("  settings                    ZP1COM1 transmit 19200 None 153D, "));
+    EXPECT_THAT(output,
+                HasSubstr("\n                              ZP4COM3 transmit 19200 None NMEA, "));
     EXPECT_THAT(output, HasSubstr("All went well."));
 }
 
@@ -95,6 +100,13 @@ TEST_F(ZephonBench, FailedStepIsToldAndGivesStatusOne) {
     EXPECT_EQ(program.status(), 1);
     EXPECT_THAT(program.standardOutput(),
                 HasSubstr("FAILED: small.scenario:1: expect line x within 0s: it did not come"));
+}
+
+TEST_F(ZephonBench, ARunThatConfiguresNothingTellsOfNoSettings) {
+    const Program program({"--scenario", file("after 1ms expect no line x within 0s\n")});
+    EXPECT_EQ(program.status(), 0) << program.output();
+    EXPECT_THAT(program.standardOutput(), HasSubstr("All went well."));
+    EXPECT_THAT(program.standardOutput(), Not(HasSubstr("settings")));
 }
 
 TEST_F(ZephonBench, UnreadableScenarioIsToldAndNothingStarts) {
