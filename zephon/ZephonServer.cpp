@@ -73,6 +73,8 @@ void ZephonServer::startServer() {
     started->setPayload(command);
     started->header[3] |= FLAG_ACK_REQUEST;
     sendToPntdBitPort(started);
+    buildAndSendConfigCmd(static_cast<unsigned short>(superUser_.unit),
+                          static_cast<unsigned short>(superUser_.port));
     startThreads();
     const std::string text = name_ + " started successfully.";
     HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::INFORMATION, text);

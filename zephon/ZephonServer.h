@@ -31,6 +31,7 @@
 #include "zephon/CommandVerbs.h"
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
+#include "zephon/OptionSettings.h"
 #include "zephon/PartNumbers.h"
 #include "zephon/PortSettings.h"
 #include "zephon/ReceiverStatusJoin.h"
@@ -98,6 +99,8 @@ public:
     void handleZP_Block5044(aspn2_msgs::idl::GSSIP const& record);
     void handleZP_Block27553(aspn2_msgs::idl::GSSIP const& record);
     void handleTV_Block8504(aspn2_msgs::idl::GSSIP const& record) EXCLUDES(statusMutex_);
+    /// Tells who the unit says is the super user, and answers a command that waits for it.
+    void handleZP_PntConfigStatus(aspn2_msgs::idl::GSSIP const& record);
     /// Queues a message for all virtual units, unchanged, on link 1.
     void sendToAllEmulators(std::shared_ptr<GssipMessage> const& message);
     /// Queues a message for one virtual unit, 1 to 4, in a wrapper on link 1; any other number
@@ -134,6 +137,18 @@ public:
     CommandAnswer answerSetMessageOutput(Command const& command) EXCLUDES(settingsMutex_);
     CommandAnswer answerQueryCom(Command const& command) EXCLUDES(settingsMutex_);
     CommandAnswer answerQueryMessageOutput(Command const& command) EXCLUDES(settingsMutex_);
+
+    // ---- Options (ZephonServerOptions.cpp), any thread ----------------------------------
+
+    /// Handlers of verbs, called by cbCmd, as those of port settings.
+    CommandAnswer answerSetHotStart(Command const& command)
+        EXCLUDES(settingsMutex_, hotStart_.mutex);
+    CommandAnswer answerSetSuperUser(Command const& command) EXCLUDES(settingsMutex_);
+    CommandAnswer answerSetOutputConfig(Command const& command) EXCLUDES(settingsMutex_);
+    CommandAnswer answerQueryHotStart(Command const& command) EXCLUDES(settingsMutex_);
+    /// The unit tells the super user later, and the server then answers once more.
+    CommandAnswer answerQuerySuperUser(Command const& command);
+    CommandAnswer answerQueryOutputConfig(Command const& command) EXCLUDES(settingsMutex_);
 
     // ---- Navigation output (ZephonServerNavigation.cpp), listener threads ---------------
 
@@ -260,6 +275,37 @@ private:
     bool configureComPortInfo() EXCLUDES(settingsMutex_);
     void configureComPortsOf(std::string const& unit) REQUIRES(settingsMutex_);
 
+    // Options (ZephonServerOptions.cpp). What fails there is an event; a row that is not good
+    // changes and sends nothing.
+    /// Read what is stored, repaired, with an event for each repair. False without the file or the
+    /// container; then all stays as it is.
+    bool loadSuperUserInfo() EXCLUDES(settingsMutex_);
+    bool loadHotStartInfo() EXCLUDES(settingsMutex_, hotStart_.mutex);
+    /// Remembers a command that the unit's next status of the super user answers.
+    void awaitSuperUser(Command const& command);
+    /// Stores the fields, for the operator and not for the next start, and takes them for the
+    /// hot starts of the human interface, also when they can't be stored.
+    void setZephonHotStart(Fields const& fields) REQUIRES(settingsMutex_) EXCLUDES(hotStart_.mutex);
+    /// True when the fields are stored, and sent.
+    bool setZephonSuperUser(Fields const& fields) REQUIRES(settingsMutex_);
+    /// True when the fields are sent; they are not without their container.
+    bool setZephonOutputConfig(std::string const& key, Fields const& fields)
+        REQUIRES(settingsMutex_);
+    /// What is stored, as it is answered; empty values and zeros without its container.
+    std::string getHSRsp() const REQUIRES(settingsMutex_);
+    std::string getZephonOutputConfig(std::string const& key) const REQUIRES(settingsMutex_);
+    /// Orders a data transfer for a hot start.
+    void initHotStart(unsigned short unit, std::string const& port, std::string const& type);
+    /// Answers the hot start that has ended.
+    void generateSendHotStartRspMessage(bool pass);
+    /// Sends a command or an answer about capabilities, false for any other row; raises for what
+    /// has no code in the message.
+    bool buildAndSendOptionCmd(Fields const& row);
+    /// Sends who the super user is, and asks the unit for it.
+    bool buildAndSendConfigCmd(unsigned short unit, unsigned short port);
+    bool buildAndSendConfigRequest();
+    void reportSetting(std::string const& what) const;
+
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);
     void handleMeridanePNTMessage(aspn2_msgs::idl::MeridanePNT const& record);
     void checkIfReceivedBoth();
@@ -297,6 +343,7 @@ private:
     ASPN2::DeviceIdFactory deviceIds_;
     Topics topics_;
     Queues queues_;
+    SuperUser superUser_;  // as loaded
 
     // Written by main's thread, read by all.
     std::atomic<ReportedState::Value> state_{ReportedState::STOPPED};

@@ -142,8 +142,10 @@ void ZephonServer::Framework_Connect(FACE::String const& /*file*/, ReturnCode::V
     connectLinks();
     announce();
     configureComPortInfo();  // before the links run: the replay is the first that leaves link 1
+    const bool superUserLoaded = loadSuperUserInfo();
+    const bool hotStartLoaded = loadHotStartInfo();
     FpgaFace::fpga_set_periph_control(serverPeripheral, 1);
-    code = ReturnCode::NO_ERROR;
+    code = superUserLoaded && hotStartLoaded ? ReturnCode::NO_ERROR : ReturnCode::INVALID_CONFIG;
 }
 
 bool ZephonServer::connectTransport() {
