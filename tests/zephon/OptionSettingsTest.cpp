@@ -1,7 +1,5 @@
 // Hot start, super user and capabilities without a server: repairs, answers, messages.
 
-#include "zephon/OptionSettings.h"
-
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
@@ -10,6 +8,7 @@
 
 #include "bench/UnitFrame.h"
 #include "gmock/gmock.h"
+#include "zephon/OptionSettings.h"
 
 namespace {
 
@@ -75,8 +74,8 @@ TEST(LoadedHotStart, AUnitThatIsNoneBecomesTheFirst) {
 }
 
 TEST(LoadedHotStart, APortThatIsNoneBecomesCom1) {
-    for (std::string const port : {"", "COM0", "COM4", "com1", "COM1 ", " COM1", "COM", "COM11",
-                                   "\xC3\x9C"}) {
+    for (std::string const port :
+         {"", "COM0", "COM4", "com1", "COM1 ", " COM1", "COM", "COM11", "\xC3\x9C"}) {
         const auto loaded = repairHotStart({2, port, "MNAV"});
         EXPECT_EQ("COM1", loaded.settings.port);
         EXPECT_THAT(loaded.complaints, ElementsAre(complaintOf("ZP COM port", port, "COM1")));
@@ -101,10 +100,9 @@ TEST(LoadedHotStart, ATypeThatIsNoneBecomesBoth) {
 
 TEST(LoadedHotStart, EachWrongValueHasItsOwnComplaint) {
     const auto loaded = repairHotStart({});
-    EXPECT_THAT(loaded.complaints,
-                ElementsAre(complaintOf("ZP number", "0", "ZP 1"),
-                            complaintOf("ZP COM port", "", "COM1"),
-                            complaintOf("HS type", "", "BOTH")));
+    EXPECT_THAT(loaded.complaints, ElementsAre(complaintOf("ZP number", "0", "ZP 1"),
+                                               complaintOf("ZP COM port", "", "COM1"),
+                                               complaintOf("HS type", "", "BOTH")));
 }
 
 TEST(LoadedSuperUser, GoodValuesStayAsTheyAre) {
@@ -222,8 +220,8 @@ TEST(OutputConfigFields, OneBadFieldMakesARowInvalid) {
     for (auto const& row : rows) {
         EXPECT_FALSE(outputConfigFieldsAreValid(row));
     }
-    for (std::string const unit : {"", "0", "5", "9", "01", "1 ", " 1", "-1", "+1", "x", "/", ":",
-                                   "\xB1", "1.", "11"}) {
+    for (std::string const unit :
+         {"", "0", "5", "9", "01", "1 ", " 1", "-1", "+1", "x", "/", ":", "\xB1", "1.", "11"}) {
         EXPECT_FALSE(outputConfigFieldsAreValid({"V", unit, "COM1", "ZEPHON"})) << unit;
     }
     for (std::string const port : {"", "COM0", "COM4", "com1", "1"}) {
