@@ -268,6 +268,8 @@ private:
     Fields portRow(std::string const& unit, std::string const& port) const REQUIRES(settingsMutex_);
     Fields messageRow(std::string const& unit, std::string const& port) const
         REQUIRES(settingsMutex_);
+    Fields optionRow(std::string const& unit, std::string const& port) const
+        REQUIRES(settingsMutex_);
     /// Whether the row is about a COM2 that repeats COM1, which the unit sets up by itself.
     bool isLeftToCom1(Fields const& row) const REQUIRES(settingsMutex_);
     /// Replays what is stored of all ports. True also when the file is damaged: the unit then

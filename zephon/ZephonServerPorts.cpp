@@ -147,6 +147,10 @@ Fields ZephonServer::portRow(std::string const& unit, std::string const& port) c
     return StringUtils::split(getComRsp(portKey(unit, port)), ',');
 }
 
+Fields ZephonServer::optionRow(std::string const& unit, std::string const& port) const {
+    return StringUtils::split(getZephonOutputConfig(portKey(unit, port)), ',');
+}
+
 Fields ZephonServer::messageRow(std::string const& unit, std::string const& port) const {
     return StringUtils::split(getMessageRsp(portKey(unit, port)), ',');
 }
@@ -202,6 +206,7 @@ void ZephonServer::configureComPortsOf(std::string const& unit) {
                 buildAndSend30001(output);
             }
         }
+        buildAndSendOptionCmd(optionRow(unit, name));
         if (port == 1 && line.size() > 8 && isOn(line[8])) {
             ++port;  // COM2 repeats COM1
         }
