@@ -44,10 +44,8 @@ bool matches(CommandVerb const& row, std::string_view text) {
 }
 
 template <std::size_t Count>
-CommandVerb const* find(std::array<CommandVerb, Count> const& rows, std::string_view text) {
-    const auto found = std::find_if(rows.begin(), rows.end(),
-                                    [text](auto const& row) { return matches(row, text); });
-    return found == rows.end() ? nullptr : &*found;
+CommandVerbRows rowsOf(std::array<CommandVerb, Count> const& rows) {
+    return {rows.data(), rows.data() + rows.size()};
 }
 
 }  // namespace
@@ -59,7 +57,14 @@ Command::Command(aspn2_msgs::idl::CommandResponse const& command)
     }
 }
 
+CommandVerbRows commandVerbs(unsigned char senderServer) {
+    return senderServer == ASPN2::ServerIds::HmiServer ? rowsOf(humanInterfaceVerbs)
+                                                       : rowsOf(commonVerbs);
+}
+
 CommandVerb const* findCommandVerb(unsigned char senderServer, std::string const& text) {
-    return senderServer == ASPN2::ServerIds::HmiServer ? find(humanInterfaceVerbs, text)
-                                                       : find(commonVerbs, text);
+    const CommandVerbRows rows = commandVerbs(senderServer);
+    auto const* const found = std::find_if(rows.begin(), rows.end(),
+                                           [&text](auto const& row) { return matches(row, text); });
+    return found == rows.end() ? nullptr : found;
 }

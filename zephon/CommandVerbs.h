@@ -47,6 +47,19 @@ struct CommandVerb {
     Handler handler;
 };
 
+/// The rows of a vocabulary, in the order in which they are tried. They live as long as the
+/// program.
+struct CommandVerbRows {
+    CommandVerb const* first;
+    CommandVerb const* last;
+
+    CommandVerb const* begin() const { return first; }
+    CommandVerb const* end() const { return last; }
+};
+
+/// The vocabulary that a sender may use.
+CommandVerbRows commandVerbs(unsigned char senderServer);
+
 /// The verb of a command's text, of those that its sender may use; null when the text is none.
 /// The human-interface server has a vocabulary of its own, all others share one.
 CommandVerb const* findCommandVerb(unsigned char senderServer, std::string const& text);

@@ -1,0 +1,159 @@
+// The manual page and the completion that are installed beside zephonctl.
+
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "bench/ChildProcess.h"
+#include "gmock/gmock.h"
+#include "tools/CommandVocabulary.h"
+
+namespace {
+
+using bench::ChildProcess;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::UnorderedElementsAre;
+
+const std::string folder = ZEPHON_TOOLS_FOLDER;
+const std::string page = folder + "/zephonctl.1";
+
+std::string contentOf(std::string const& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::vector<std::string> linesOf(std::string const& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+/// What a program writes; an exit status that is not 0 is a failure.
+ChildProcess const& run(ChildProcess const& process) {
+    const auto exit = process.wait(std::chrono::seconds(60));
+    EXPECT_TRUE(exit && exit->ok()) << process.output();
+    return process;
+}
+
+std::set<std::string> optionsIn(std::string const& text) {
+    std::set<std::string> options;
+    const std::regex pattern("--[a-z]+");
+    for (std::sregex_iterator at(text.begin(), text.end(), pattern), end; at != end; ++at) {
+        options.insert(at->str());
+    }
+    return options;
+}
+
+std::string help() {
+    std::string text;
+    for (char const* const subcommand : {"send", "verbs", "watch"}) {
+        const ChildProcess program(bench::programFolder() / "zephonctl",
+                                   {{subcommand, "--help"}, {}, {}});
+        text += run(program).standardOutput();
+    }
+    return text;
+}
+
+TEST(ManualPage, UsesKnownRequestsOnly) {
+    const std::set<std::string> known{".TH", ".SH", ".PP", ".TP", ".B",  ".I", ".IR",
+                                      ".BR", ".RB", ".RI", ".br", ".EX", ".EE"};
+    const auto lines = linesOf(contentOf(page));
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(0U, lines.front().find(".TH ZEPHONCTL 1 "));
+    for (auto const& line : lines) {
+        EXPECT_FALSE(line.empty()) << "an empty line is no request";
+        if (line.substr(0, 1) == ".") {
+            EXPECT_EQ(1U, known.count(line.substr(0, line.find(' ')))) << line;
+        }
+        EXPECT_NE('\'', line.at(0)) << line;
+    }
+}
+
+TEST(ManualPage, HasTheSectionsOfAManualPage) {
+    std::vector<std::string> sections;
+    for (auto const& line : linesOf(contentOf(page))) {
+        if (line.substr(0, 4) == ".SH ") {
+            sections.push_back(line.substr(4));
+        }
+    }
+    EXPECT_THAT(sections, testing::ElementsAre("NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS",
+                                               "EXIT STATUS", "ENVIRONMENT", "NOTES", "EXAMPLES"));
+}
+
+TEST(ManualPage, TellsTheOptionsThatTheProgramHas) {
+    const std::string text = std::regex_replace(contentOf(page), std::regex(R"(\\-)"), "-");
+    EXPECT_EQ(optionsIn(help()), optionsIn(text));
+}
+
+TEST(ManualPage, IsFormattedWithoutAWarning) {
+    const std::string groff = "/usr/bin/groff";
+    if (!std::ifstream(groff)) {
+        GTEST_SKIP() << "no groff on this machine";
+    }
+    const ChildProcess formatter(groff, {{"-man", "-ww", "-z", "-Tutf8", page}, {}, {}});
+    EXPECT_THAT(run(formatter).standardError(), IsEmpty());
+}
+
+class Completion : public testing::Test {
+protected:
+    /// What bash would offer for the last of these words.
+    static std::vector<std::string> completionsOf(std::vector<std::string> const& words) {
+        const std::string program = (bench::programFolder() / "zephonctl").string();
+        std::string script = "set -u; source " + folder + "/zephonctl.bash; COMP_WORDS=(" + program;
+        for (auto const& word : words) {
+            script += " '" + word + "'";
+        }
+        script += "); COMP_CWORD=" + std::to_string(words.size()) +
+                  "; _zephonctl; printf '%s\\n' \"${COMPREPLY[@]}\"";
+        const ChildProcess bash("/bin/bash", {{"-c", script}, {}, {}});
+        std::vector<std::string> offered = linesOf(run(bash).standardOutput());
+        EXPECT_THAT(bash.standardError(), IsEmpty());
+        if (offered == std::vector<std::string>{""}) {
+            offered.clear();
+        }
+        return offered;
+    }
+};
+
+TEST_F(Completion, OffersTheSubcommands) {
+    EXPECT_THAT(completionsOf({""}), UnorderedElementsAre("send", "verbs", "watch", "--help"));
+    EXPECT_THAT(completionsOf({"w"}), UnorderedElementsAre("watch"));
+}
+
+TEST_F(Completion, OffersTheVerbsOfTheServer) {
+    std::set<std::string> verbs;
+    for (auto const& verb : zephonctl::vocabulary()) {
+        verbs.insert(verb.name);
+    }
+    EXPECT_THAT(completionsOf({"send", ""}), testing::UnorderedElementsAreArray(verbs));
+    EXPECT_THAT(completionsOf({"send", "--json", "BITS"}), UnorderedElementsAre("BITSERVER_PING"));
+}
+
+TEST_F(Completion, OffersTheOptionsThatTheProgramHas) {
+    std::vector<std::string> offered;
+    for (char const* const subcommand : {"send", "verbs", "watch"}) {
+        for (auto const& option : completionsOf({subcommand, "--"})) {
+            offered.push_back(option);
+        }
+    }
+    EXPECT_EQ(optionsIn(help()), std::set<std::string>(offered.begin(), offered.end()));
+}
+
+TEST_F(Completion, OffersTopicsFilesAndSenders) {
+    EXPECT_THAT(completionsOf({"watch", ""}), IsSupersetOf({"events", "responses", "all"}));
+    EXPECT_THAT(completionsOf({"send", "--as", ""}), UnorderedElementsAre("hmi"));
+    EXPECT_THAT(completionsOf({"send", "--config", page}), UnorderedElementsAre(page));
+    EXPECT_THAT(completionsOf({"send", "--timeout", ""}), IsEmpty());
+}
+
+}  // namespace

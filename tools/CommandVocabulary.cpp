@@ -1,0 +1,46 @@
+#include "tools/CommandVocabulary.h"
+
+#include <algorithm>
+
+#include "ASPN/CmdResponseStrings.h"
+
+namespace zephonctl {
+
+std::vector<Verb> const& vocabulary() {
+    namespace Words = Sys::CommandString;
+    static const std::vector<Verb> verbs{
+        {Words::BitServerPing, Sender::Server, "", "asks for a sign of life", "the server's name"},
+        {Words::SystemModeLive, Sender::Server, "", "stamps records with live time", "_PASS"},
+        {Words::SystemModeSim, Sender::Server, "", "stamps records with simulated time", "_PASS"},
+        {"QUERY_ZEPHON_COM", Sender::Server, ",UNIT,PORT", "tells what a port is set to",
+         "CURRENT_ZEPHON_COM"},
+        {"SET_ZEPHON_COM", Sender::Server,
+         ",UNIT,PORT,TXBAUD,TXPARITY,PULSE,RXBAUD,RXPARITY,REDUNDANT,SOURCE",
+         "sets a port's speeds, parities, pulse and source", "CURRENT_ZEPHON_COM or _NACK"},
+        {"QUERY_ZEPHON_MESSAGE_OUTPUT", Sender::Server, ",UNIT,PORT",
+         "tells which messages a port puts out", "CURRENT_ZEPHON_MESSAGE_OUTPUT"},
+        {"SET_ZEPHON_MESSAGE_OUTPUT", Sender::Server, ",UNIT,PORT,MODE,MESSAGE[,MESSAGE...]",
+         "sets a port's protocol and messages", "CURRENT_ZEPHON_MESSAGE_OUTPUT or _NACK"},
+        {Words::InitSincgars, Sender::HumanInterface, "", "starts the SINCGARS procedure", ""},
+    };
+    return verbs;
+}
+
+std::string_view verbOf(std::string_view command) {
+    return command.substr(0, command.find(','));
+}
+
+Verb const* findVerb(std::string_view command, Sender sender) {
+    auto const& verbs = vocabulary();
+    auto const found = std::find_if(verbs.begin(), verbs.end(), [&](Verb const& verb) {
+        return verb.sender == sender && verb.name == verbOf(command);
+    });
+    return found == verbs.end() ? nullptr : &*found;
+}
+
+bool isDestructive(std::string_view command) {
+    return command.find("ZEROIZE") != std::string_view::npos ||
+           command.find("DESTROY") != std::string_view::npos;
+}
+
+}  // namespace zephonctl
