@@ -21,6 +21,18 @@ std::vector<Verb> const& vocabulary() {
          "tells which messages a port puts out", "CURRENT_ZEPHON_MESSAGE_OUTPUT"},
         {"SET_ZEPHON_MESSAGE_OUTPUT", Sender::Server, ",UNIT,PORT,MODE,MESSAGE[,MESSAGE...]",
          "sets a port's protocol and messages", "CURRENT_ZEPHON_MESSAGE_OUTPUT or _NACK"},
+        {"QUERY_ZP_OUTPUT_CONFIG", Sender::Server, ",UNIT,PORT",
+         "tells a port's receiver capabilities", "CURRENT_ZP_OUTPUT_CONFIG"},
+        {"SET_ZP_OUTPUT_CONFIG", Sender::Server, ",UNIT,PORT,CAPABILITIES",
+         "sets a port's receiver capabilities", "CURRENT_ZP_OUTPUT_CONFIG"},
+        {"QUERY_ZEPHON_HOT_START", Sender::Server, "", "tells the stored hot-start settings",
+         "CURRENT_ZEPHON_HOT_START"},
+        {"SET_ZEPHON_HOT_START", Sender::Server, ",UNIT,PORT,TYPE",
+         "sets what the human interface's hot start uses", "CURRENT_ZEPHON_HOT_START"},
+        {"QUERY_ZEPHON_SUPER_USER", Sender::Server, "", "asks the unit for its super user",
+         "_ACK, later CURRENT_ZEPHON_SUPER_USER"},
+        {"SET_ZEPHON_SUPER_USER", Sender::Server, ",UNIT|NONE,PORT", "sets the super user",
+         "_ACK or _NACK, later CURRENT_ZEPHON_SUPER_USER"},
         {Words::InitSincgars, Sender::HumanInterface, "", "starts the SINCGARS procedure", ""},
     };
     return verbs;
