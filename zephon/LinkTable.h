@@ -13,6 +13,9 @@ constexpr unsigned short mainUnitLink = 1;
 constexpr unsigned short dataTransferLink = 2;
 constexpr unsigned short pntdBitLink = 3;  ///< the PNT device's BIT port
 
+/// Of the unit on link 1; they count from 1.
+constexpr int virtualUnits = 4;
+
 /// The three links to the unit.
 ///
 /// A message may be sent before the links exist and while they go: it is then lost. The mutex

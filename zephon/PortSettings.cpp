@@ -23,6 +23,23 @@ std::string const& at(Fields const& fields, std::size_t index) {
     return index < fields.size() ? fields[index] : empty;
 }
 
+template <typename Code>
+struct CodedText {
+    char const* text;
+    Code code;
+};
+
+/// The code of a text; `kind` stands in the error for a text without one.
+template <typename Code, std::size_t Count>
+Code findCode(CodedText<Code> const (&rows)[Count], std::string const& text, char const* kind) {
+    for (auto const& row : rows) {
+        if (text == row.text) {
+            return row.code;
+        }
+    }
+    throw std::invalid_argument(std::string("Invalid ") + kind + " : " + text);
+}
+
 /// A number that the text begins with; none when there is none or it is too large.
 std::optional<long> toNumber(std::string const& text) {
     char* end = nullptr;
@@ -77,55 +94,31 @@ e5331_SerialProtocol setTransmitLine(TrevoComPortSetup& message, Fields const& p
 }  // namespace
 
 e5331_Port to_e5331_Port(std::string const& port) {
-    if (port == "COM1") {
-        return e5331_Port::COM1;
-    }
-    if (port == "COM2") {
-        return e5331_Port::COM2;
-    }
-    if (port == "COM3") {
-        return e5331_Port::COM3;
-    }
-    throw std::invalid_argument("Invalid Serial Port : " + port);
+    static constexpr CodedText<e5331_Port> ports[] = {
+        {"COM1", e5331_Port::COM1}, {"COM2", e5331_Port::COM2}, {"COM3", e5331_Port::COM3}};
+    return findCode(ports, port, "Serial Port");
 }
 
 e5331_SerialParity to_e5331_SerialParity(std::string const& parity) {
-    if (parity == "None") {
-        return e5331_SerialParity::None;
-    }
-    if (parity == "Odd") {
-        return e5331_SerialParity::Odd;
-    }
-    if (parity == "Even") {
-        return e5331_SerialParity::Even;
-    }
-    throw std::invalid_argument("Invalid Serial Parity : " + parity);
+    static constexpr CodedText<e5331_SerialParity> parities[] = {
+        {"None", e5331_SerialParity::None},
+        {"Odd", e5331_SerialParity::Odd},
+        {"Even", e5331_SerialParity::Even}};
+    return findCode(parities, parity, "Serial Parity");
 }
 
 e5331_Pulse to_e5331_Pulse(std::string const& pulse) {
-    if (pulse == "Off") {
-        return e5331_Pulse::Off;
-    }
-    if (pulse == "1PPS UTC") {
-        return e5331_Pulse::OnePpsUtc;
-    }
-    if (pulse == "1PPS T-Mark") {
-        return e5331_Pulse::OnePpsTMark;
-    }
-    if (pulse == "10 PPS UTC") {
-        return e5331_Pulse::TenPpsUtc;
-    }
-    throw std::invalid_argument("Invalid Pulse : " + pulse);
+    static constexpr CodedText<e5331_Pulse> pulses[] = {{"Off", e5331_Pulse::Off},
+                                                        {"1PPS UTC", e5331_Pulse::OnePpsUtc},
+                                                        {"1PPS T-Mark", e5331_Pulse::OnePpsTMark},
+                                                        {"10 PPS UTC", e5331_Pulse::TenPpsUtc}};
+    return findCode(pulses, pulse, "Pulse");
 }
 
 e5331_SerialProtocol to_e5331_SerialProtocol(std::string const& protocol) {
-    if (protocol == "153D") {
-        return e5331_SerialProtocol::ICD153D;
-    }
-    if (protocol == nmea) {
-        return e5331_SerialProtocol::NMEA;
-    }
-    throw std::invalid_argument("Invalid Serial Protocol : " + protocol);
+    static constexpr CodedText<e5331_SerialProtocol> protocols[] = {
+        {"153D", e5331_SerialProtocol::ICD153D}, {nmea, e5331_SerialProtocol::NMEA}};
+    return findCode(protocols, protocol, "Serial Protocol");
 }
 
 e5331_SerialBaud to_e5331_SerialBaud(long baud) {

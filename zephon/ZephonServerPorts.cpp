@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr int virtualUnits = 4;
 constexpr int portsOfUnit = 3;
 
 /// Text of an exception behind its line of the source.

@@ -13,8 +13,6 @@ using aspn2_msgs::idl::GSSIP;
 
 namespace {
 
-constexpr int virtualUnits = 4;
-
 // States of message 5044 that are told on the event log.
 constexpr std::uint16_t firstToldStatus = 17;
 constexpr std::uint16_t lastToldStatus = 18;
