@@ -10,18 +10,20 @@
 
 #include "bench/Bench.h"
 
+/// The server's top-level file on a bench.
+inline std::filesystem::path configurationOf(bench::Bench& bench) {
+    return bench.folder().path() / "zephon-server.xml";
+}
+
 /// The program zephonctl in the domain of a bench.
 class Zephonctl {
 public:
-    /// Starts it. `configuration` is the bench's own unless given.
-    Zephonctl(bench::Bench& bench, std::vector<std::string> arguments,
-              std::optional<std::filesystem::path> configuration = std::nullopt)
+    /// Starts it with the bench's configuration.
+    Zephonctl(bench::Bench& bench, std::vector<std::string> arguments)
         : process_(
               bench::programFolder() / "zephonctl",
-              {std::move(arguments),
-               {{"ZEPHONCTL_CONFIG",
-                 configuration.value_or(bench.folder().path() / "zephon-server.xml").string()}},
-               {}}) {}
+              {std::move(arguments), {{"ZEPHONCTL_CONFIG", configurationOf(bench).string()}}, {}}) {
+    }
 
     bench::ChildProcess& process() { return process_; }
 
