@@ -170,7 +170,12 @@ int sendCommand(SendOptions const& options) {
     const bool answersPings =
         findServer(sibling, ping, pong, platform::steadyDeadline(options.discovery));
     if (!answersPings && sibling.listeners() == 0) {
-        report.failure(ExitStatus::Nobody, "nobody listens to commands in this domain");
+        report.failure(ExitStatus::Nobody,
+                       std::string("nobody listens to commands in this domain") +
+                           (isForTcpClient(files.connections)
+                                ? "; the server is a TCP client with one neighbour, which "
+                                  "zephonctl can be only where no other program is"
+                                : ""));
         return ExitStatus::Nobody;
     }
     const auto sentAt = Clock::now();

@@ -62,6 +62,13 @@ TransportFiles findTransportFiles(std::filesystem::path const& file) {
     return {file.parent_path() / connections, textOf(config, "Meridane", "System")};
 }
 
+bool isForTcpClient(std::filesystem::path const& connections) {
+    FACE::MX_Config config;
+    ReturnCode::Value code = ReturnCode::NO_ERROR;
+    config.Initialize(connections.c_str(), code);
+    return textOf(config, participantContainer, transportKey) == "TCP_Client";
+}
+
 void SiblingConfiguration::Initialize(FACE::String const& file_name, ReturnCode& rc) {
     file_.Initialize(file_name, rc);
     if (rc != FACE::RETURN_CODE_TYPE::NO_ERROR) {

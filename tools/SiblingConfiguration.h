@@ -14,6 +14,9 @@ struct TransportFiles {
     std::string system;  ///< that of the device identifiers; empty when the file does not tell it
 };
 
+/// Whether the server of these connections is a TCP client, which reaches one neighbour only.
+bool isForTcpClient(std::filesystem::path const& connections);
+
 /// `file` is the server's top-level file, whose key Connections is followed (a relative name from
 /// the folder of `file`), or the connections file itself. Raises std::runtime_error when it is
 /// neither.

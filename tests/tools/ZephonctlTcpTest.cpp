@@ -23,4 +23,14 @@ TEST_P(ZephonctlOverTcp, ReachesTheServer) {
 INSTANTIATE_TEST_SUITE_P(Sides, ZephonctlOverTcp, testing::Values("TCP_Server", "TCP_Client"),
                          [](auto const& side) { return side.param; });
 
+TEST(ZephonctlOverTcpAlone, SaysThatATcpClientHasOneNeighbour) {
+    bench::Bench::Options options;
+    options.settings.transport = "TCP_Client";
+    bench::Bench bench(options);
+    bench.configuration().write(bench.folder().path());
+    Zephonctl program(bench, {"send", "--discovery", "1", "BITSERVER_PING"});
+    EXPECT_EQ(3, program.status()) << program.process().output();
+    EXPECT_THAT(program.errors(), testing::HasSubstr("a TCP client with one neighbour"));
+}
+
 }  // namespace
