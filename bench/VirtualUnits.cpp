@@ -11,16 +11,6 @@ constexpr std::uint16_t status = 5044;
 
 constexpr std::size_t keptDefects = 20;
 
-/// Data words as the line has them, low byte first.
-std::vector<std::uint8_t> bytesOf(const std::vector<std::uint16_t>& words, std::size_t first) {
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t i = first; i < words.size(); ++i) {
-        bytes.push_back(static_cast<std::uint8_t>(words[i] & 0xFFU));
-        bytes.push_back(static_cast<std::uint8_t>(words[i] >> 8U));
-    }
-    return bytes;
-}
-
 void checkUnit(unsigned unit) {
     if (unit < 1 || unit > VirtualUnits::count) {
         throw std::out_of_range("there is no virtual unit " + std::to_string(unit));
@@ -45,6 +35,15 @@ UnitFrame wrap(std::uint16_t id, std::uint16_t unit, const UnitFrame& inner) {
     wrapper.flags =
         static_cast<std::uint16_t>(wrapper.flags | (inner.flags & UnitFrame::ackRequest));
     return wrapper;
+}
+
+std::vector<std::uint8_t> innerBytes(const UnitFrame& wrapper) {
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t i = 1; i < wrapper.data.size(); ++i) {
+        bytes.push_back(static_cast<std::uint8_t>(wrapper.data[i] & 0xFFU));
+        bytes.push_back(static_cast<std::uint8_t>(wrapper.data[i] >> 8U));
+    }
+    return bytes;
 }
 
 UnitFrame makeStatus(std::uint16_t statusId, std::string text) {
@@ -87,7 +86,7 @@ void VirtualUnits::take(const LoggedFrame& frame) {
         note("a wrapper for virtual unit " + std::to_string(unit));
         return;
     }
-    std::vector<std::uint8_t> bytes = bytesOf(frame.frame.data, 1);
+    std::vector<std::uint8_t> bytes = innerBytes(frame.frame);
     std::string defect;
     const auto inner = decodeFrame(bytes.data(), bytes.size(), &defect);
     if (!inner) {

@@ -29,6 +29,9 @@ UnitFrame wrapBytes(std::uint16_t id, std::uint16_t unit, const std::vector<std:
 /// A wrapper around a frame with good checksums; it asks for an ACK when the frame does.
 UnitFrame wrap(std::uint16_t id, std::uint16_t unit, const UnitFrame& inner);
 
+/// The bytes of the frame that a wrapper holds, good or bad: all of its data behind the number.
+std::vector<std::uint8_t> innerBytes(const UnitFrame& wrapper);
+
 /// Message 5044: a status and a text of up to 32 characters. It asks for an ACK.
 UnitFrame makeStatus(std::uint16_t status, std::string text);
 

@@ -37,6 +37,12 @@ TEST(VirtualUnitFrames, AWrapperOfBytesHoldsWholeWords) {
     EXPECT_THROW(wrapBytes(27553, 1, {1, 2, 3}), std::invalid_argument);
 }
 
+TEST(VirtualUnitFrames, AWrapperGivesBackTheBytesThatItHolds) {
+    EXPECT_EQ(innerBytes(wrapBytes(27552, 65535, {1, 2, 3, 0xFE})), (Bytes{1, 2, 3, 0xFE}));
+    EXPECT_EQ(innerBytes(wrapBytes(27552, 1, {})), Bytes());
+    EXPECT_EQ(innerBytes({27552, 0x8000, {}}), Bytes());
+}
+
 TEST(VirtualUnitFrames, AStatusHasItsTextPairSwappedAndFilledUp) {
     const UnitFrame frame = makeStatus(17, "ABC");
     EXPECT_EQ(frame.id, 5044);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -25,16 +26,21 @@ public:
 
     /// The first record that holds `text`; nothing when none comes in time.
     std::optional<Record> waitFor(std::string const& text) const {
+        return waitForRecord(
+            [&text](Record const& record) { return record.text.find(text) != std::string::npos; });
+    }
+
+    /// The first record that is `wanted`; nothing when none comes in time.
+    template <class Predicate>
+    std::optional<Record> waitForRecord(Predicate const& wanted) const {
         std::unique_lock<std::mutex> lock(mutex_);
         std::optional<Record> found;
         changed_.wait_for(lock, patience, [&] {
-            for (auto const& record : records_) {
-                if (record.text.find(text) != std::string::npos) {
-                    found = record;
-                    return true;
-                }
+            auto const place = std::find_if(records_.begin(), records_.end(), wanted);
+            if (place != records_.end()) {
+                found = *place;
             }
-            return false;
+            return found.has_value();
         });
         return found;
     }
