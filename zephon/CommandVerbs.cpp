@@ -32,10 +32,12 @@ constexpr std::array commonVerbs{
     CommandVerb{Match::FirstField, "QUERY_ZEPHON_MESSAGE_OUTPUT",
                 &ZephonServer::answerQueryMessageOutput},
     CommandVerb{Match::FirstField, "QUERY_ZEPHON_COM", &ZephonServer::answerQueryCom},
+    CommandVerb{Match::FirstField, "INIT_HOTSTART", &ZephonServer::initToldHotStart},
 };
 
 constexpr std::array humanInterfaceVerbs{
     CommandVerb{Match::WholeText, "INIT_SINCGARS", &ZephonServer::initSincgars},
+    CommandVerb{Match::WholeText, "INIT_HOTSTART", &ZephonServer::initSetHotStart},
 };
 
 bool matches(CommandVerb const& row, std::string_view text) {

@@ -128,6 +128,10 @@ public:
     CommandAnswer selectSimulationMode(Command const& command);
     CommandAnswer answerPing(Command const& command);
     CommandAnswer initSincgars(Command const& command) EXCLUDES(sincgars_.mutex);
+    /// A hot start with what the command tells, and with what is set for the human interface. One
+    /// that runs refuses the next.
+    CommandAnswer initToldHotStart(Command const& command) EXCLUDES(hotStart_.mutex);
+    CommandAnswer initSetHotStart(Command const& command) EXCLUDES(hotStart_.mutex);
 
     // ---- Port settings (ZephonServerPorts.cpp), any thread ------------------------------
 
@@ -230,6 +234,7 @@ private:
     /// Looks ten times a second what is to end. What a round raises is an event.
     void periodicThreadFunction();
     void endSincgars() EXCLUDES(sincgars_.mutex);
+    void endHotStart() EXCLUDES(hotStart_.mutex);
 
     bool isRunning() const { return state_ == ReportedState::RUNNING; }
 
@@ -242,6 +247,9 @@ private:
     /// Finds the verb of a command, has it done and answers.
     void dispatch(aspn2_msgs::idl::CommandResponse const& record);
     void sendAnswer(aspn2_msgs::idl::CommandResponse const& command, CommandAnswer const& answer);
+    /// Runs `start`; what it raises is an event, and refused.
+    template <typename Start>
+    CommandAnswer answerHotStart(Start start);
     /// Queues message 5001 for virtual units 1 and 2.
     void sendSincgarsCommand(e5001_Command command);
     void copyToAllEmulators(aspn2_msgs::idl::GSSIP const& record);

@@ -1,5 +1,6 @@
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
 #include "ASPN/HealthReporter.h"
 #include "ASPN/TimeTags.h"
@@ -100,6 +101,49 @@ CommandAnswer ZephonServer::initSincgars(Command const& /*command*/) {
     const platform::MutexLock lock(sincgars_.mutex);
     sincgars_.start(clock_());
     return CommandAnswer::none();
+}
+
+template <typename Start>
+CommandAnswer ZephonServer::answerHotStart(Start start) {
+    constexpr char const* place = "cbCmd() InitHotStart";
+    try {
+        start();
+        return CommandAnswer::ack(true);
+    } catch (std::exception const& error) {
+        reportException(place, error.what());
+    } catch (...) {
+        reportException(place, "unknown");
+    }
+    return CommandAnswer::nack();
+}
+
+CommandAnswer ZephonServer::initToldHotStart(Command const& command) {
+    // Also one that is refused is kept: it gets the answer when the one that runs has ended.
+    storedCommands_.keepHotStart(command.record);
+    if (hotStart_.isRunning()) {
+        return CommandAnswer::nack();
+    }
+    return answerHotStart([&] {
+        auto const& fields = command.fields;
+        if (fields.size() < 4) {
+            throw std::invalid_argument("unit, port and type are needed");
+        }
+        initHotStart(static_cast<unsigned short>(std::stoi(fields[1])), fields[2], fields[3]);
+        const platform::MutexLock lock(hotStart_.mutex);
+        hotStart_.start(clock_());
+    });
+}
+
+CommandAnswer ZephonServer::initSetHotStart(Command const& command) {
+    if (hotStart_.isRunning()) {
+        return CommandAnswer::nack();
+    }
+    storedCommands_.keepHotStart(command.record);
+    return answerHotStart([&] {
+        const platform::MutexLock lock(hotStart_.mutex);
+        initHotStart(hotStartSettings_.unit, hotStartSettings_.port, hotStartSettings_.type);
+        hotStart_.start(clock_());
+    });
 }
 
 void ZephonServer::sendSincgarsCommand(e5001_Command command) {

@@ -15,6 +15,7 @@ using std::chrono::seconds;
 // Also how long a STOP waits for the thread, at most.
 constexpr milliseconds periodicRound{100};
 constexpr seconds sincgarsDuration{45};
+constexpr seconds hotStartDuration{30};
 
 }  // namespace
 
@@ -36,6 +37,7 @@ void ZephonServer::periodicThreadFunction() {
         std::this_thread::sleep_for(periodicRound);
         try {
             endSincgars();
+            endHotStart();
         } catch (std::exception const& error) {
             reportException("periodicThreadFunction()", error.what());
         } catch (...) {
@@ -57,4 +59,21 @@ void ZephonServer::endSincgars() {
     }
     sendSincgarsCommand(e5001_Command::SincgarsReset);
     sincgars_.end();
+}
+
+void ZephonServer::endHotStart() {
+    if (!hotStart_.isRunning()) {
+        return;
+    }
+    const platform::MutexLock lock(hotStart_.mutex);
+    if (!hotStart_.isOver(clock_(), hotStartDuration)) {
+        return;
+    }
+    if (config_.debug) {
+        std::cout << "HotStart RESET\n" << std::flush;
+    }
+    hotStart_.end();
+    // Answered under the lock, so that the next one begins after that. No callback that this
+    // publication runs takes the lock.
+    generateSendHotStartRspMessage(true);
 }

@@ -39,10 +39,33 @@ TEST(CommandVerbs, TheHumanInterfaceHasAVocabularyOfItsOwn) {
     for (auto const& verb : wholeTexts) {
         EXPECT_EQ(nullptr, findCommandVerb(humanInterface, verb)) << verb;
     }
-    ASSERT_NE(nullptr, findCommandVerb(humanInterface, "INIT_SINCGARS"));
-    EXPECT_TRUE(&ZephonServer::initSincgars ==
-                findCommandVerb(humanInterface, "INIT_SINCGARS")->handler);
-    EXPECT_EQ(nullptr, findCommandVerb(humanInterface, "INIT_SINCGARS,1"));
+    for (const std::string verb : {"INIT_SINCGARS", "INIT_HOTSTART"}) {
+        ASSERT_NE(nullptr, findCommandVerb(humanInterface, verb)) << verb;
+        EXPECT_EQ(verb, findCommandVerb(humanInterface, verb)->verb);
+        EXPECT_EQ(nullptr, findCommandVerb(humanInterface, verb + ",1,COM1,BOTH")) << verb;
+    }
+    EXPECT_EQ(nullptr, findCommandVerb(humanInterface, "QUERY_ZEPHON_COM,1,COM1"));
+    EXPECT_TRUE(findCommandVerb(humanInterface, "INIT_HOTSTART")->handler !=
+                findCommandVerb(controller, "INIT_HOTSTART")->handler);
+}
+
+TEST(CommandVerbs, AVerbWithArgumentsIsTheFirstField) {
+    for (const std::string verb :
+         {"SET_ZEPHON_COM", "SET_ZEPHON_HOT_START", "SET_ZEPHON_SUPER_USER", "SET_ZP_OUTPUT_CONFIG",
+          "SET_ZEPHON_MESSAGE_OUTPUT", "QUERY_ZEPHON_HOT_START", "QUERY_ZEPHON_SUPER_USER",
+          "QUERY_ZP_OUTPUT_CONFIG", "QUERY_ZEPHON_MESSAGE_OUTPUT", "QUERY_ZEPHON_COM",
+          "INIT_HOTSTART"}) {
+        for (std::string const& text :
+             {verb, verb + ",", verb + ",1", verb + ",1,COM1", verb + std::string(100000, ',')}) {
+            CommandVerb const* const found = findCommandVerb(controller, text);
+            ASSERT_NE(nullptr, found) << text.substr(0, 50);
+            EXPECT_EQ(verb, found->verb);
+        }
+        for (std::string const& text : {verb + " ,1", " " + verb + ",1", "," + verb, "X" + verb,
+                                        verb + "S,1", verb.substr(0, verb.size() - 1) + ",1"}) {
+            EXPECT_EQ(nullptr, findCommandVerb(controller, text)) << text;
+        }
+    }
 }
 
 TEST(CommandVerbs, AllOtherSendersShareOne) {

@@ -16,6 +16,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using aspn2_msgs::idl::CommandResponse;
 using bench::UnitFrame;
 using SteadyClock = TimedProcedure::Clock;
 
@@ -32,6 +33,18 @@ std::vector<UnitFrame> startFrames() {
 }
 std::vector<UnitFrame> resetFrames() {
     return {makeCommandFor(1, 23), makeCommandFor(2, 23)};
+}
+
+enum Port : std::uint16_t { com1 = 1, com2, com3 };
+enum Scenario : std::uint16_t { lnav = 2, mnav, both };
+
+/// The request of a data transfer at a virtual unit.
+UnitFrame makeHotStartFor(std::uint16_t unit, Port port, Scenario scenario) {
+    UnitFrame inner{5000, 0x9000, std::vector<std::uint16_t>(10)};
+    inner.data[4] = 0x2400;
+    inner.data[7] = port;
+    inner.data[9] = scenario;
+    return wrap(27552, unit, inner);
 }
 
 class ServerPeriodic : public ZephonServerFixture {
@@ -61,6 +74,27 @@ protected:
 
     void humanCommand(std::string const& text) {
         server->cbCmd(makeCommandRecord(text, humanInterface));
+    }
+
+    CommandResponse command(std::string const& text, std::int32_t identifier = 0) {
+        auto record = makeCommandRecord(text, controller);
+        record.command_identifier(identifier);
+        server->cbCmd(record);
+        return record;
+    }
+
+    /// Expects these answers and no others; ends the row with one more.
+    void expectAnswers(std::vector<std::string> expected) {
+        const ResponseReader responses(bench);
+        auto last = ASPN2::CmdResponse().makeResponse(CommandResponse(), "LAST");
+        server->sendResponseMessage(last);
+        expected.emplace_back("LAST");
+        ASSERT_TRUE(responses.waitFor("LAST")) << responses.report();
+        std::vector<std::string> texts;
+        for (auto const& response : responses.all()) {
+            texts.push_back(response.text);
+        }
+        EXPECT_EQ(expected, texts);
     }
 
     /// Whether it starts or ends something at a virtual unit.
@@ -153,12 +187,168 @@ TEST_F(ServerPeriodic, OneSincgarsHasOneReset) {
 TEST_F(ServerPeriodic, SincgarsHasNoAnswer) {
     startAll();
     humanCommand("INIT_SINCGARS");
-    auto last = ASPN2::CmdResponse().makeResponse({}, "LAST");
-    server->sendResponseMessage(last);
-    const ResponseReader responses(bench);
-    ASSERT_TRUE(responses.waitForCount(1)) << responses.report();
-    EXPECT_EQ("LAST", responses.all().front().text);
+    expectAnswers({});
 }
+
+// ---- Hot start ----------------------------------------------------------------------------
+
+TEST_F(ServerPeriodic, AHotStartIsAcknowledgedAndPassesAfterMoreThan30Seconds) {
+    OutputCapture output;
+    startWithDebug();
+    const auto record = command("INIT_HOTSTART,2,COM3,MNAV", 77);
+    advance(30s);
+    awaitRound();
+    EXPECT_EQ(0U, output.count("HotStart RESET")) << output.text();
+    advance(1ns);
+    const ResponseReader responses(bench);
+    ASSERT_TRUE(responses.waitForCount(2)) << responses.report();
+    EXPECT_EQ(1U, output.count("HotStart RESET\n")) << output.text();
+    const auto answers = responses.all();
+    EXPECT_EQ("INIT_HOTSTART_ACK", answers[0].text);
+    EXPECT_EQ("INIT_HOTSTART_PASS", answers[1].text);
+    for (auto const& answer : answers) {
+        EXPECT_EQ(77, answer.identifier);
+        EXPECT_EQ(record.header().device_id(), answer.commandedDeviceId);
+        EXPECT_EQ(bench::ResponseRecord::response, answer.type);
+    }
+    expectOrders({makeHotStartFor(2, com3, mnav)});
+}
+
+TEST_F(ServerPeriodic, WhileOneRunsTheNextIsRefusedOnBothRoutes) {
+    startAll();
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    command("INIT_HOTSTART,2,COM2,MNAV");
+    humanCommand("INIT_HOTSTART");
+    command("INIT_HOTSTART");
+    expectAnswers(
+        {"INIT_HOTSTART_ACK", "INIT_HOTSTART_NACK", "INIT_HOTSTART_NACK", "INIT_HOTSTART_NACK"});
+    expectOrders({makeHotStartFor(1, com1, lnav)});
+}
+
+TEST_F(ServerPeriodic, AfterOneHasEndedTheNextRuns) {
+    OutputCapture output;
+    startWithDebug();
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    advance(31s);
+    ASSERT_TRUE(output.waitFor(", INIT_HOTSTART_ACK\n")) << output.text();
+    ASSERT_TRUE(output.waitFor("HotStart RESET\n")) << output.text();
+    humanCommand("INIT_HOTSTART");  // waits for the lock, until the first is answered
+    advance(31s);
+    ASSERT_TRUE(output.waitFor("HotStart RESET\n", 2)) << output.text();
+    const ResponseReader responses(bench);
+    EXPECT_TRUE(responses.waitForCount(4)) << responses.report();
+    expectAnswers(
+        {"INIT_HOTSTART_ACK", "INIT_HOTSTART_PASS", "INIT_HOTSTART_ACK", "INIT_HOTSTART_PASS"});
+}
+
+TEST_F(ServerPeriodic, TheEndAnswersTheLastCommandAlsoWhenThatWasRefused) {
+    startAll();
+    command("INIT_HOTSTART,1,COM1,LNAV", 1);
+    command("INIT_HOTSTART,2,COM2,MNAV", 2);
+    auto human = makeCommandRecord("INIT_HOTSTART", humanInterface);
+    human.command_identifier(3);
+    server->cbCmd(human);  // is refused before it is kept
+    advance(31s);
+    const ResponseReader responses(bench);
+    const auto pass = responses.waitFor("INIT_HOTSTART_PASS");
+    ASSERT_TRUE(pass) << responses.report();
+    EXPECT_EQ(2, pass->identifier);
+}
+
+TEST_F(ServerPeriodic, TheHumanInterfaceStartsWhatIsSet) {
+    startAll();
+    command("SET_ZEPHON_HOT_START,3,COM2,BOTH");
+    humanCommand("INIT_HOTSTART");
+    expectOrders({makeHotStartFor(3, com2, both)});
+    const ResponseReader responses(bench);
+    EXPECT_TRUE(responses.waitFor("INIT_HOTSTART_ACK")) << responses.report();
+}
+
+TEST_F(ServerPeriodic, AnArgumentOfTheHumanInterfaceIsNotItsVerb) {
+    startAll();
+    humanCommand("INIT_HOTSTART,1,COM1,LNAV");
+    expectAnswers({});
+    expectOrders({});
+}
+
+TEST_F(ServerPeriodic, MissingArgumentsAreRefusedWithAnEventAndNothingRuns) {
+    OutputCapture output;
+    startWithDebug();
+    const EventReader events(bench);
+    const std::vector<std::string> bad{"INIT_HOTSTART", "INIT_HOTSTART,1", "INIT_HOTSTART,1,COM1",
+                                       "INIT_HOTSTART,1,COM1,"};
+    for (auto const& text : bad) {
+        command(text);
+    }
+    const std::string text =
+        "ZephonServer: cbCmd() InitHotStart EXCEPTION: unit, port and type are needed";
+    EXPECT_EQ(bad.size(), output.count("\n" + text + "\n")) << output.text();
+    const auto event = events.waitFor(text);
+    ASSERT_TRUE(event) << events.report();
+    EXPECT_EQ(3, event->type);
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    expectAnswers({"INIT_HOTSTART_NACK", "INIT_HOTSTART_NACK", "INIT_HOTSTART_NACK",
+                   "INIT_HOTSTART_NACK", "INIT_HOTSTART_ACK"});
+    expectOrders({makeHotStartFor(1, com1, lnav)});
+}
+
+TEST_F(ServerPeriodic, AUnitThatIsNoNumberIsRefusedWithAnEvent) {
+    startAll();
+    const EventReader events(bench);
+    const std::vector<std::string> bad{
+        "", "x", "-", "COM1", "\xFF", "99999999999", std::string(100000, '9')};
+    for (auto const& unit : bad) {
+        command("INIT_HOTSTART," + unit + ",COM1,LNAV");
+    }
+    const auto event = events.waitFor("ZephonServer: cbCmd() InitHotStart EXCEPTION: stoi");
+    ASSERT_TRUE(event) << events.report();
+    EXPECT_EQ(3, event->type);
+    expectAnswers(std::vector<std::string>(bad.size(), "INIT_HOTSTART_NACK"));
+    expectOrders({});
+}
+
+TEST_F(ServerPeriodic, AUnitThatDoesNotExistIsAcknowledgedAndReachesNobody) {
+    startAll();
+    command("INIT_HOTSTART,5,COM1,LNAV");
+    expectAnswers({"INIT_HOTSTART_ACK"});
+    expectOrders({});
+}
+
+TEST_F(ServerPeriodic, OtherPortsAndTypesFallBackToTheFirst) {
+    startAll();
+    command("INIT_HOTSTART,4," + std::string(50000, 'P') + "," + std::string(50000, 'T'));
+    expectAnswers({"INIT_HOTSTART_ACK"});
+    expectOrders({makeHotStartFor(4, com1, lnav)});
+}
+
+TEST_F(ServerPeriodic, WhatAHotStartRaisesIsRefusedWithAnEventOnBothRoutes) {
+    startAll();
+    const EventReader events(bench);
+    setTrouble(Trouble::Standard);
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    EXPECT_TRUE(
+        events.waitFor("ZephonServer: cbCmd() InitHotStart EXCEPTION: the clock has stopped"))
+        << events.report();
+    setTrouble(Trouble::Other);
+    humanCommand("INIT_HOTSTART");
+    EXPECT_TRUE(events.waitFor("ZephonServer: cbCmd() InitHotStart EXCEPTION: unknown"))
+        << events.report();
+    setTrouble(Trouble::None);
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    expectAnswers({"INIT_HOTSTART_NACK", "INIT_HOTSTART_NACK", "INIT_HOTSTART_ACK"});
+}
+
+TEST_F(ServerPeriodic, AHotStartThatRunsAtTheStopEndsAtOnceAfterTheNextStart) {
+    startAll();
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
+    advance(31s);
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
+    const ResponseReader responses(bench);
+    EXPECT_TRUE(responses.waitFor("INIT_HOTSTART_PASS")) << responses.report();
+}
+
+// ---- The rounds ---------------------------------------------------------------------------
 
 TEST_F(ServerPeriodic, WhatRanAtTheStopEndsAtOnceAfterTheNextStart) {
     OutputCapture output;
@@ -223,8 +413,11 @@ TEST_F(ServerPeriodic, CommandsRaceWithTheRoundsAndTheStop) {
             threads.emplace_back([this, &done] {
                 while (!done) {
                     humanCommand("INIT_SINCGARS");
+                    humanCommand("INIT_HOTSTART");
+                    command("INIT_HOTSTART,1,COM1,LNAV");
                     advance(46s);
-                    server->cbCmd(makeCommandRecord("BITSERVER_PING", controller));
+                    command("SET_ZEPHON_HOT_START,2,COM2,BOTH");
+                    command("BITSERVER_PING");
                     std::this_thread::sleep_for(20ms);
                 }
             });
@@ -237,6 +430,16 @@ TEST_F(ServerPeriodic, CommandsRaceWithTheRoundsAndTheStop) {
         }
         EXPECT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
     }
+}
+
+TEST_F(ServerPeriodic, TheStopIsNotHeldUp) {
+    startAll();
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    humanCommand("INIT_SINCGARS");
+    const auto before = SteadyClock::now();
+    ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
+    // Not for 30 or 45 seconds, on however busy a machine.
+    EXPECT_LT(SteadyClock::now() - before, 10s);
 }
 
 TEST_F(ServerPeriodic, AServerThatIsNotStoppedEndsItsThreads) {
