@@ -25,17 +25,20 @@ public:
     }
 
     /// The first record that holds `text`; nothing when none comes in time.
-    std::optional<Record> waitFor(std::string const& text) const {
+    std::optional<Record> waitFor(std::string const& text,
+                                  std::chrono::seconds time = patience) const {
         return waitForRecord(
-            [&text](Record const& record) { return record.text.find(text) != std::string::npos; });
+            [&text](Record const& record) { return record.text.find(text) != std::string::npos; },
+            time);
     }
 
     /// The first record that is `wanted`; nothing when none comes in time.
     template <class Predicate>
-    std::optional<Record> waitForRecord(Predicate const& wanted) const {
+    std::optional<Record> waitForRecord(Predicate const& wanted,
+                                        std::chrono::seconds time = patience) const {
         std::unique_lock<std::mutex> lock(mutex_);
         std::optional<Record> found;
-        changed_.wait_for(lock, patience, [&] {
+        changed_.wait_for(lock, time, [&] {
             auto const place = std::find_if(records_.begin(), records_.end(), wanted);
             if (place != records_.end()) {
                 found = *place;
