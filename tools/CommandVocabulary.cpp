@@ -33,7 +33,11 @@ std::vector<Verb> const& vocabulary() {
          "_ACK, later CURRENT_ZEPHON_SUPER_USER"},
         {"SET_ZEPHON_SUPER_USER", Sender::Server, ",UNIT|NONE,PORT", "sets the super user",
          "_ACK or _NACK, later CURRENT_ZEPHON_SUPER_USER"},
+        {Words::InitHotStart, Sender::Server, ",UNIT,PORT,TYPE", "starts a hot start",
+         "_ACK or _NACK, later _PASS"},
         {Words::InitSincgars, Sender::HumanInterface, "", "starts the SINCGARS procedure", ""},
+        {Words::InitHotStart, Sender::HumanInterface, "", "starts a hot start with what is set",
+         "_ACK or _NACK, later _PASS"},
     };
     return verbs;
 }
