@@ -157,7 +157,7 @@ TEST_F(ZephonctlProgram, FindsAServerThatStartsWhileItLooks) {
 TEST_F(ZephonctlProgram, EndsWithTwoWhenWhoListensDoesNotAnswer) {
     writeConfiguration();
     const Listener listener(bench);
-    expectStatus(2, {"send", "--discovery", "2", "--timeout", "0.3", "QUERY_ZEPHON_COM,1,COM1"});
+    expectStatus(2, {"send", "--discovery", "5", "--timeout", "0.3", "QUERY_ZEPHON_COM,1,COM1"});
     EXPECT_THAT(errors, HasSubstr("nor did ZephonServer answer a ping"));
     EXPECT_TRUE(listener.commands.waitFor("QUERY_ZEPHON_COM,1,COM1")) << listener.commands.report();
 }
@@ -205,28 +205,41 @@ TEST_F(ZephonctlProgram, ShowsAnAnswersControlCharactersWithoutObeyingThem) {
     EXPECT_EQ("A\\x1B[31m\\x7F_ACK\n", program.output());
 }
 
-TEST_F(ZephonctlProgram, SendsAsWhomItIsTold) {
+struct Sender {
+    char const* as;
+    int source;
+};
+
+class ZephonctlSender : public ZephonctlProgram, public testing::WithParamInterface<Sender> {};
+
+TEST_P(ZephonctlSender, IsWhomItIsTold) {
     writeConfiguration();
-    const Listener listener(bench);
-    for (auto const& [as, source] :
-         std::vector<std::pair<std::string, int>>{{"hmi", 48}, {"53", 53}, {"255", 255}}) {
-        expectStatus(2, {"send", "--as", as, "--discovery", "1", "--timeout", "0", "FROM_" + as});
-        const auto heard = listener.commands.waitFor("FROM_" + as);
-        ASSERT_TRUE(heard) << listener.commands.report();
-        EXPECT_EQ(source, heard->header.source);
-        EXPECT_EQ(CommandRecord::command, heard->type);
-    }
+    Listener listener(bench);
+    Zephonctl program(bench,
+                      {"send", "--as", GetParam().as, "--discovery", "60", "--timeout", "0", "X"});
+    listener.answer("BITSERVER_PING", "ZephonServer");
+    EXPECT_EQ(2, program.status()) << program.errors();
+    const auto heard = listener.commands.waitFor("X");
+    ASSERT_TRUE(heard) << listener.commands.report();
+    EXPECT_EQ(GetParam().source, heard->header.source);
+    EXPECT_EQ(CommandRecord::command, heard->type);
 }
+
+INSTANTIATE_TEST_SUITE_P(Servers, ZephonctlSender,
+                         testing::Values(Sender{"hmi", 48}, Sender{"53", 53}, Sender{"255", 255}));
 
 TEST_F(ZephonctlProgram, SendsADestructiveVerbWithYesOnly) {
     writeConfiguration();
-    const Listener listener(bench);
+    Listener listener(bench);
     for (char const* const verb : {"START_ZEROIZE", "START_DESTROY", "TREVO_CV_ZEROIZE,1"}) {
         EXPECT_THAT(expectStatus(4, {"send", verb}), IsEmpty());
         EXPECT_THAT(errors, HasSubstr("--yes"));
     }
     EXPECT_THAT(listener.commands.all(), IsEmpty());
-    expectStatus(2, {"send", "--yes", "--discovery", "1", "--timeout", "0", "START_DESTROY"});
+    Zephonctl program(bench,
+                      {"send", "--yes", "--discovery", "60", "--timeout", "0", "START_DESTROY"});
+    listener.answer("BITSERVER_PING", "ZephonServer");
+    EXPECT_EQ(2, program.status()) << program.errors();
     EXPECT_TRUE(listener.commands.waitFor("START_DESTROY")) << listener.commands.report();
 }
 
