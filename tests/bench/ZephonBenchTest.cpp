@@ -95,6 +95,15 @@ TEST_F(ZephonBench, DamagedFramesScenarioHolds) {
     EXPECT_EQ(program.status(), 0) << program.output();
 }
 
+TEST_F(ZephonBench, SettingsScenarioHolds) {
+    const Program program({"--scenario", example("settings")});
+    EXPECT_EQ(program.status(), 0) << program.output();
+    EXPECT_THAT(program.standardOutput(),
+                HasSubstr("ZP2COM1 transmit 115200 None 153D, receive 9600 Odd 153D, pulse 10 PPS "
+                          "UTC, redundant Off, messages 8504, capabilities CORVANE, hot start "
+                          "LNAV\n"));
+}
+
 TEST_F(ZephonBench, FailedStepIsToldAndGivesStatusOne) {
     const Program program({"--scenario", file("expect line x within 0s\n")});
     EXPECT_EQ(program.status(), 1);

@@ -228,6 +228,45 @@ TEST_F(SettingsCommand, BadCapabilitiesAreAnsweredWithTheCurrentAndChangeNothing
     expectNoChange("SET_ZP_OUTPUT_CONFIG,3,COM4,ZEPHON", "CURRENT_ZP_OUTPUT_CONFIG,0,,");
 }
 
+TEST_F(SettingsCommand, AHotStartThatIsSetIsStoredApartAndUsedByTheHumanInterface) {
+    startQuietly();
+    const std::string current = "CURRENT_ZEPHON_HOT_START,1,COM1,BOTH";
+    EXPECT_EQ(current, answerTo("SET_ZEPHON_HOT_START,2,COM3,LNAV"));
+    EXPECT_EQ(current, answerTo("QUERY_ZEPHON_HOT_START"));
+    EXPECT_EQ(Texts(), takeSent());
+    EXPECT_EQ("2", stored("Hot_Start", "zephonNumber"));
+    EXPECT_EQ("COM3", stored("Hot_Start", "comPort"));
+    EXPECT_EQ("LNAV", stored("Hot_Start", "HSType"));
+    EXPECT_EQ("1", stored("ZP_Hot_Start", "zephonNumber"));
+    EXPECT_EQ("BOTH", stored("ZP_Hot_Start", "HSType"));
+
+    EXPECT_EQ("INIT_HOTSTART_ACK", answerTo("INIT_HOTSTART", humanInterface));
+    EXPECT_EQ((Texts{"ZP2 COM3 hot start LNAV"}), takeSent());
+    EXPECT_EQ("INIT_HOTSTART_NACK", answerTo("INIT_HOTSTART", humanInterface));
+    EXPECT_EQ("INIT_HOTSTART_NACK", answerTo("INIT_HOTSTART,1,COM1,BOTH"));
+    EXPECT_EQ(Texts(), takeSent());
+}
+
+TEST_F(SettingsCommand, AHotStartOfAnotherServerNamesItsPort) {
+    startQuietly();
+    EXPECT_EQ("INIT_HOTSTART_ACK", answerTo("INIT_HOTSTART,4,COM2,MNAV"));
+    EXPECT_EQ((Texts{"ZP4 COM2 hot start MNAV"}), takeSent());
+}
+
+TEST_F(SettingsCommand, AHotStartWithMissingOrBadFieldsIsRefusedAndTold) {
+    startQuietly();
+    expectNoChange("INIT_HOTSTART,1", "INIT_HOTSTART_NACK");
+    expectNoChange("INIT_HOTSTART", "INIT_HOTSTART_NACK");
+    expectNoChange("INIT_HOTSTART,one,COM1,BOTH", "INIT_HOTSTART_NACK");
+    const EventReader events(bench);
+    const std::string begin = "ZephonServer: cbCmd() InitHotStart EXCEPTION: ";
+    const auto event = events.waitFor(begin);
+    ASSERT_TRUE(event) << events.report();
+    EXPECT_EQ(3, event->type);
+    EXPECT_TRUE(holdsInTime([&] { return events.count(begin) == 3; })) << events.report();
+    EXPECT_EQ("INIT_HOTSTART_ACK", answerTo("INIT_HOTSTART,1,COM1,BOTH"));
+}
+
 /// Message 27561: the super user as the unit has it.
 bench::UnitFrame makeStatus(std::uint16_t unitAndPort, std::uint16_t kind = 1) {
     return {27561, bench::UnitFrame::linkReady, {0, 0, 0, 0, kind, unitAndPort, 0, 0, 0}};

@@ -213,4 +213,36 @@ TEST_F(SettingsFile, ASuperUserThatCannotBeSavedIsRefusedAndNotSent) {
     EXPECT_TRUE(before == settingsText()) << settingsText();
 }
 
+TEST_F(SettingsFile, AHotStartThatCannotBeSavedIsToldAndUsed) {
+    startServer();
+    sentOfStart();
+    const EventReader events(bench);
+    blockSaves();
+    EXPECT_EQ("CURRENT_ZEPHON_HOT_START,1,COM1,BOTH", answerTo("SET_ZEPHON_HOT_START,2,COM3,LNAV"));
+    EXPECT_TRUE(events.waitFor("ZephonServer: writeComParams() invalid_argument EXCEPTION: "))
+        << events.report();
+    EXPECT_EQ("INIT_HOTSTART_ACK", answerTo("INIT_HOTSTART", humanInterface));
+    EXPECT_EQ((Texts{"ZP2 COM3 hot start LNAV"}), takeSent());
+}
+
+TEST_F(SettingsFile, HotStartValuesOutOfRangeAreRepairedAndTold) {
+    bench.configuration().set("ZP_Hot_Start", "zephonNumber", "0");
+    bench.configuration().set("ZP_Hot_Start", "comPort", "COM0");
+    bench.configuration().set("ZP_Hot_Start", "HSType", "lnav");
+    startServer();
+    sentOfStart();
+    const EventReader events(bench);
+    for (std::string const text :
+         {"Invalid ZP number (0) read from configuration file, defaulting to ZP 1",
+          "Invalid ZP COM port (COM0) read from configuration file, defaulting to COM1",
+          "Invalid HS type (lnav) read from configuration file, defaulting to BOTH"}) {
+        const auto event = events.waitFor("ZephonServer: " + text);
+        ASSERT_TRUE(event) << text << events.report();
+        EXPECT_EQ(3, event->type);
+    }
+    EXPECT_EQ("CURRENT_ZEPHON_HOT_START,0,COM0,lnav", answerTo("QUERY_ZEPHON_HOT_START"));
+    EXPECT_EQ("INIT_HOTSTART_ACK", answerTo("INIT_HOTSTART", humanInterface));
+    EXPECT_EQ((Texts{"ZP1 COM1 hot start BOTH"}), takeSent());
+}
+
 }  // namespace
