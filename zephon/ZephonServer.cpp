@@ -18,9 +18,10 @@ ZephonServer::ZephonServer(Clock clock)
 
 ZephonServer::~ZephonServer() {
     stopThreads();
+    // Callbacks answer through the services that go below.
+    endTopicCallbacks();
     // The reporters outlive the object, but not with its services. Links next and the queues
-    // after them: they end their threads. Then the services from the top down; the transport goes
-    // after the last typed service, and with it the last callback.
+    // after them: they end their threads. Then the services from the top down, the transport last.
     endReporters();
     links_.destroy();
     gssipQueue_.reset();

@@ -210,6 +210,8 @@ private:
     bool registerTopics();
     bool connectDevices();
     bool connectQueues();
+    /// Waits for callbacks that run; none comes any more.
+    void endTopicCallbacks();
     void startReporters();
     static void endReporters();
     void connectLinks();

@@ -330,14 +330,21 @@ void ZephonServer::announce() const {
     HealthReporter::Instance().SendConfigEvent(banner);
 }
 
-void ZephonServer::Framework_Disconnect(ReturnCode::Value& code) {
-    endReporters();
+void ZephonServer::endTopicCallbacks() {
     if (transport_ != nullptr) {
         // What the single calls answer is not asked: all of them are made.
         ReturnCode::Value ignored = ReturnCode::NO_ERROR;
         for (auto const& topic : topicEntries) {
             transport_->Unregister_Callback(topics_.*topic.id, ignored);
         }
+    }
+}
+
+void ZephonServer::Framework_Disconnect(ReturnCode::Value& code) {
+    endReporters();
+    endTopicCallbacks();
+    if (transport_ != nullptr) {
+        ReturnCode::Value ignored = ReturnCode::NO_ERROR;
         for (auto const& topic : topicEntries) {
             transport_->Unregister_Sender(topics_.*topic.id, ignored);
         }
