@@ -9,12 +9,20 @@
 
 using aspn2_msgs::idl::CommandResponse;
 
+namespace {
+
+unsigned char senderOf(CommandResponse const& record) {
+    return ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id()));
+}
+
+}  // namespace
+
 void ZephonServer::cbCmd(CommandResponse const& record) {
     if (!isRunning() ||
         record.command_response_type() != aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_COMMAND) {
         return;
     }
-    if (ASPN2::serverIdOf(record.header().device_id()) == ASPN2::ServerIds::HmiServer) {
+    if (senderOf(record) == ASPN2::ServerIds::HmiServer) {
         handleHmiCommandResponse(record);
         return;
     }
@@ -31,8 +39,7 @@ void ZephonServer::handleHmiCommandResponse(CommandResponse const& record) {
 }
 
 void ZephonServer::dispatch(CommandResponse const& record) {
-    const auto sender = ASPN2::serverIdOf(record.header().device_id());
-    if (auto const* const verb = findCommandVerb(sender, record.command_response())) {
+    if (auto const* const verb = findCommandVerb(senderOf(record), record.command_response())) {
         sendAnswer(record, (this->*verb->handler)(Command(record)));
     }
 }
