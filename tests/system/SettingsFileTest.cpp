@@ -50,6 +50,7 @@ TEST_F(SettingsFile, AllSettingsComeBackAfterARestart) {
     takeSent();
     restart();
     const auto sent = sentOfStart();
+    ASSERT_EQ(38U, sent.size());
     EXPECT_EQ((Texts{"ZP1 COM1 transmit 115200 Odd NMEA, receive 300 Even 153D, pulse 10 PPS UTC, "
                      "redundant Off",
                      "ZP1 COM1 transmit 115200 Odd NMEA, sentences RMC,ZDA",
