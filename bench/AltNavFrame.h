@@ -12,8 +12,8 @@
 namespace bench {
 
 /// The alternate navigation as the unit reads it: message 15052, 44 data words, machine-order
-/// floats. Its flag word asks for an ACK, and it carries the time of the position, one second before
-/// that of its GPSTime.
+/// floats. Its flag word asks for an ACK, and it carries the time of the position, one second
+/// before that of its GPSTime.
 constexpr std::uint16_t altNavigationId = 15052;
 
 /// The data area that these two records must give. The time of week must be a time.

@@ -18,9 +18,9 @@ struct Trevo8504Record {
     double double44 = 0;
     float float52 = 0;
     std::array<float, 4> floats56{};
-    float timeUncertainty = 0;   ///< seconds
-    std::uint16_t year = 0;      ///< four BCD digits
-    std::uint16_t monthDay = 0;  ///< month and day of the month, two BCD digits each
+    float timeUncertainty = 0;    ///< seconds
+    std::uint16_t year = 0;       ///< four BCD digits
+    std::uint16_t monthDay = 0;   ///< month and day of the month, two BCD digits each
     std::uint16_t dayOfYear = 0;  ///< January 1 is 1; a plain number
     std::uint16_t word94 = 0;
     std::uint8_t status96 = 0;  ///< bit fields of the layout, bit for bit
