@@ -8,8 +8,7 @@
 #include "ASPN/TimeTags.h"
 #include "tests/system/EventReader.h"
 #include "tests/system/ResponseReader.h"
-#include "tests/zephon/CommandRecords.h"
-#include "tests/zephon/ZephonServerFixture.h"
+#include "tests/zephon/CommandFixture.h"
 
 namespace {
 
@@ -17,7 +16,7 @@ using ASPN2::TimeCodeHelper;
 using aspn2_msgs::idl::CommandResponse;
 using bench::ResponseRecord;
 
-class ServerDispatch : public ZephonServerFixture {
+class ServerDispatch : public CommandFixture {
 protected:
     ~ServerDispatch() override { TimeCodeHelper::Instance().setLiveMode(); }
 
@@ -27,20 +26,6 @@ protected:
     }
     void command(std::string const& text, unsigned char sender = controller) {
         server->cbCmd(makeCommandRecord(text, sender));
-    }
-
-    /// Expects these answers and no others; ends the row with one more.
-    void expectAnswers(std::vector<std::string> expected) {
-        const ResponseReader responses(bench);
-        auto last = ASPN2::CmdResponse().makeResponse(CommandResponse(), "LAST");
-        server->sendResponseMessage(last);
-        expected.emplace_back("LAST");
-        ASSERT_TRUE(responses.waitFor("LAST")) << responses.report();
-        std::vector<std::string> texts;
-        for (auto const& response : responses.all()) {
-            texts.push_back(response.text);
-        }
-        EXPECT_EQ(expected, texts);
     }
 };
 

@@ -10,8 +10,7 @@
 #include "messages/TrevoCommands.h"
 #include "tests/system/EventReader.h"
 #include "tests/system/ResponseReader.h"
-#include "tests/zephon/CommandRecords.h"
-#include "tests/zephon/ZephonServerFixture.h"
+#include "tests/zephon/CommandFixture.h"
 
 namespace {
 
@@ -47,7 +46,7 @@ UnitFrame makeHotStartFor(std::uint16_t unit, Port port, Scenario scenario) {
     return wrap(27552, unit, inner);
 }
 
-class ServerPeriodic : public ZephonServerFixture {
+class ServerPeriodic : public CommandFixture {
 protected:
     ServerPeriodic() {
         server = std::make_unique<ZephonServer>([this] {
@@ -81,20 +80,6 @@ protected:
         record.command_identifier(identifier);
         server->cbCmd(record);
         return record;
-    }
-
-    /// Expects these answers and no others; ends the row with one more.
-    void expectAnswers(std::vector<std::string> expected) {
-        const ResponseReader responses(bench);
-        auto last = ASPN2::CmdResponse().makeResponse(CommandResponse(), "LAST");
-        server->sendResponseMessage(last);
-        expected.emplace_back("LAST");
-        ASSERT_TRUE(responses.waitFor("LAST")) << responses.report();
-        std::vector<std::string> texts;
-        for (auto const& response : responses.all()) {
-            texts.push_back(response.text);
-        }
-        EXPECT_EQ(expected, texts);
     }
 
     /// Whether it starts or ends something at a virtual unit.
