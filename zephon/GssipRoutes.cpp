@@ -20,6 +20,7 @@ constexpr bool taken = false;  // by its handler only
 constexpr std::array pntDeviceRoutes{
     GssipRoute{5001, &ZephonServer::handleZP_Block5001, taken},
     GssipRoute{5044, &ZephonServer::handleZP_Block5044, taken},
+    GssipRoute{27532, &ZephonServer::handleZP_PntdStatus, taken},
     GssipRoute{27553, &ZephonServer::handleZP_Block27553, taken},
     GssipRoute{27561, &ZephonServer::handleZP_PntConfigStatus, taken},
 };

@@ -9,6 +9,7 @@
 
 #include "ASPN/CmdResponse.h"
 #include "ASPN/DeviceIds.h"
+#include "ASPN/EventTypes.h"
 #include "GpsSerialIo/GssipMessage.h"
 #include "aspn2_msgs/BitReport.h"
 #include "aspn2_msgs/CommandResponse.h"
@@ -172,6 +173,11 @@ public:
     void handleAJ_Block2516(aspn2_msgs::idl::GSSIP const& record);
     void handleAJ_BlockDigarPN(aspn2_msgs::idl::GSSIP const& record);
     void handleAJ_BlockThreatData(aspn2_msgs::idl::GSSIP const& record);
+
+    // ---- BIT (ZephonServerBit.cpp), any thread that holds no lock -----------------------
+
+    /// Handlers of single messages of the PNT device, called by cbGssip.
+    void handleZP_PntdStatus(aspn2_msgs::idl::GSSIP const& record);
 
 private:
     /// The connections of the nine topics, in the order in which they are made.
@@ -342,6 +348,10 @@ private:
     void handleBlockEventLog(aspn2_msgs::idl::EventLog const& record);
     template <typename Message>
     void handOn(aspn2_msgs::idl::GSSIP const& record);
+
+    // BIT (ZephonServerBit.cpp).
+    /// Sends an event, and tells it with debug on; `line` is the place in that file.
+    void tellBit(int line, EventTypes::eEventType type, std::string const& text) const;
 
     // Constant after construction.
     const unsigned char serverId_;

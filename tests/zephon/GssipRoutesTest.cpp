@@ -96,6 +96,7 @@ TEST(GssipRoutes, OfTheHalvorUnit) {
 TEST(GssipRoutes, OfThePntDevice) {
     expectRoutes(pntDevice, {{5001, {&ZephonServer::handleZP_Block5001, false}},
                              {5044, {&ZephonServer::handleZP_Block5044, false}},
+                             {27532, {&ZephonServer::handleZP_PntdStatus, false}},
                              {27553, {&ZephonServer::handleZP_Block27553, false}},
                              {27561, {&ZephonServer::handleZP_PntConfigStatus, false}}});
 }
