@@ -23,6 +23,11 @@ constexpr std::array engineNumbers{
     EngineNumber{"BSL_XPN", &PartNumbers::bslXpn},
 };
 
+std::string padded(std::string text) {
+    text.resize(numberWidth, ' ');
+    return text;
+}
+
 }  // namespace
 
 void PartNumbers::takeEngineLine(std::string const& line) {
@@ -39,6 +44,12 @@ void PartNumbers::takeEngineLine(std::string const& line) {
     }
     versionComplete =
         !papBootXpn.empty() && !pspBootXpn.empty() && !fpgaXpn.empty() && !bslXpn.empty();
+}
+
+void PartNumbers::takePntdVersions(VersionStatus const& versions) {
+    pntdSoftware = padded(versions.getSoftware1Version());
+    pntdFirmware = padded(versions.getFirmware1Version());
+    pntdSerialNumber = padded(versions.getSerialNumber1());
 }
 
 std::shared_ptr<MxPartNumOutput> PartNumbers::makeOutput(double gpsTimeOfWeek) const {

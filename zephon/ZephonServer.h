@@ -179,6 +179,11 @@ public:
     /// Handlers of single messages of the PNT device, called by cbGssip.
     void handleZP_PntdStatus(aspn2_msgs::idl::GSSIP const& record);
 
+    // ---- Answers and versions (ZephonServerVersions.cpp), listener threads --------------
+
+    /// Takes what other servers answer on the topic Response.
+    void cbRsp(aspn2_msgs::idl::CommandResponse const& record);
+
 private:
     /// The connections of the nine topics, in the order in which they are made.
     struct Topics {
@@ -346,6 +351,9 @@ private:
     /// Hears on link 1's protocol thread whether the unit took a message 30000.
     void crm30000AckCallback(aspn2_msgs::idl::CommandResponse const& record, bool ok);
     void handleBlockEventLog(aspn2_msgs::idl::EventLog const& record);
+    // Answers and versions (ZephonServerVersions.cpp).
+    void takePntdVersions(std::string const& text) EXCLUDES(versionMutex_);
+
     template <typename Message>
     void handOn(aspn2_msgs::idl::GSSIP const& record);
 

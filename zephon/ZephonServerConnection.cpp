@@ -226,7 +226,7 @@ bool ZephonServer::receiveUnread(Typed<T> const& typed, long long connection) {
 
 bool ZephonServer::registerTopics() {
     if (!receive(commandResponseTs_, topics_.command, &ZephonServer::cbCmd, "cbCmd()") ||
-        !receiveUnread(commandResponseTs_, topics_.response) ||
+        !receive(commandResponseTs_, topics_.response, &ZephonServer::cbRsp, "cbRsp()") ||
         !receive(eventLogTs_, topics_.eventLog, &ZephonServer::cbEventLog, "cbEventLog()") ||
         !receive(gpsTimeTs_, topics_.gpsTime, &ZephonServer::cbGpsTime, "cbGpsTime()") ||
         !receive(meridanePntTs_, topics_.meridanePnt, &ZephonServer::cbMxPnt, "cbMxPnt()") ||

@@ -103,6 +103,39 @@ TEST(PartNumbers, ChangeNoMoreOnceTheyAreComplete) {
     EXPECT_TRUE(numbers.versionComplete);
 }
 
+PartNumbers afterAnswer(char const* text) {
+    VersionStatus versions;
+    versions.decodeResponse(text);
+    PartNumbers numbers;
+    numbers.takePntdVersions(versions);
+    return numbers;
+}
+
+TEST(PartNumbers, OfThePntDeviceAreFilledUpWithBlanks) {
+    EXPECT_FALSE(PartNumbers().knowsPntdVersions());
+    const PartNumbers numbers = afterAnswer("PARTNUMBERS,SW1:1.2,FW1:3,HWSN1:SN 0123456789AB");
+    EXPECT_TRUE(numbers.knowsPntdVersions());
+    EXPECT_EQ("1.2             ", numbers.pntdSoftware);
+    EXPECT_EQ("3               ", numbers.pntdFirmware);
+    EXPECT_EQ("SN 0123456789AB ", numbers.pntdSerialNumber);
+}
+
+TEST(PartNumbers, OfThePntDeviceAreCutAtSixteenCharacters) {
+    const std::string huge(100'000, 'X');
+    const PartNumbers numbers = afterAnswer(("SW1:0123456789ABCDEFGH,FW1:" + huge).c_str());
+    EXPECT_EQ("0123456789ABCDEF", numbers.pntdSoftware);
+    EXPECT_EQ(std::string(16, 'X'), numbers.pntdFirmware);
+}
+
+TEST(PartNumbers, OfThePntDeviceAreBlankWhereTheAnswerLeavesThemOut) {
+    const PartNumbers numbers = afterAnswer("PARTNUMBERS");
+    EXPECT_TRUE(numbers.knowsPntdVersions());
+    for (auto const& number :
+         {numbers.pntdSoftware, numbers.pntdFirmware, numbers.pntdSerialNumber}) {
+        EXPECT_EQ(std::string(16, ' '), number);
+    }
+}
+
 TEST(PartNumbers, MayHoldAnyBytes) {
     std::string line("GPS FPGA_XPN: a\0b\xFF\x01", 19);
     EXPECT_EQ(std::string("a\0b\xFF\x01", 5), after({line}).fpgaXpn);

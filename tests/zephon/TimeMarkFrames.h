@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -37,17 +39,34 @@ inline std::vector<std::string> const engineLines{
     "GPS PAP_Boot_XPN: 064-1111-001A", "GPS PSP_Boot_XPN: 064-2222-002B",
     "GPS FPGA_XPN: 064-3333-003C", "GPS BSL_XPN: 064-4444-004DE"};
 
-/// Message 15053 of a system that knows these and no other part numbers.
-inline bench::UnitFrame makePartNumbers(double gpsTow) {
+/// What message 15053 tells beside the engine's numbers.
+struct ToldNumbers {
+    std::string systemBuild = "ACQUIRING";
+    std::string vhdl;
+    std::string bsp;
+    std::string application = "00000";
+    std::string pntdSoftware;
+    std::string pntdFirmware;
+    std::string pntdSerialNumber;
+};
+
+/// Message 15053 of a system that knows these and the engine's part numbers.
+inline bench::UnitFrame makePartNumbers(double gpsTow, ToldNumbers const& told = {}) {
     auto frame = emptyFrame(15053, 112, bench::UnitFrame::linkReady);
     const auto words = engineDouble(gpsTow);
     std::copy(words.begin(), words.end(), frame.data.begin());
-    const std::string text =
-        "ACQUIRING     "
-        "                            "
-        "00000         "
-        "064-3333-003C   064-1111-001A   064-2222-002B   064-4444-004DE  "
-        "                                                ";
+    std::string text;
+    const auto add = [&text](std::string field, std::size_t width) {
+        field.resize(width, ' ');
+        text += field;
+    };
+    for (auto const& field : {told.systemBuild, told.vhdl, told.bsp, told.application}) {
+        add(field, 14);
+    }
+    text += "064-3333-003C   064-1111-001A   064-2222-002B   064-4444-004DE  ";
+    for (auto const& field : {told.pntdSoftware, told.pntdFirmware, told.pntdSerialNumber}) {
+        add(field, 16);
+    }
     for (std::size_t i = 0; i < text.size(); i += 2) {
         frame.data[4 + i / 2] = static_cast<std::uint16_t>(
             static_cast<unsigned char>(text[i]) << 8U | static_cast<unsigned char>(text[i + 1]));
