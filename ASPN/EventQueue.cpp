@@ -28,12 +28,23 @@ unsigned EventQueue::push_back_config(const std::string& text) {
 
 unsigned EventQueue::push_back_config(const std::string& text, unsigned id) {
     const platform::MutexLock lock(mutex_);
-    return appendConfig(text, removeConfig(id) ? id : ++lastId_);
+    const auto replaced = findConfig(id);
+    if (replaced == configs_.end()) {
+        return appendConfig(text, ++lastId_);
+    }
+    // Behind the old one, which goes last: without memory it stays.
+    const auto place = replaced - configs_.begin();
+    appendConfig(text, id);
+    configs_.erase(configs_.begin() + place);
+    return id;
 }
 
 void EventQueue::eraseConfig(unsigned id) {
     const platform::MutexLock lock(mutex_);
-    removeConfig(id);
+    const auto item = findConfig(id);
+    if (item != configs_.end()) {
+        configs_.erase(item);
+    }
 }
 
 bool EventQueue::pop_front(int& type, std::string& text, std::chrono::nanoseconds wait) {
@@ -73,17 +84,26 @@ std::size_t EventQueue::size() const {
 unsigned EventQueue::appendConfig(const std::string& text, unsigned id) {
     EventItem event{id, configEventType_, text};
     configs_.push_back({event, clock_() + repeatDuration_});
-    const auto waiting =
-        events_.size() < limit_
-            ? events_.rend()
-            : std::find_if(events_.rbegin(), events_.rend(),
-                           [id](const EventItem& item) { return item.configId == id; });
-    if (waiting != events_.rend()) {
-        waiting->text = text;
-    } else {
-        appendEvent(std::move(event));
+    try {
+        queueConfig(std::move(event));
+    } catch (...) {
+        configs_.pop_back();
+        throw;
     }
     return id;
+}
+
+void EventQueue::queueConfig(EventItem event) {
+    if (events_.size() >= limit_) {
+        const auto waiting = std::find_if(
+            events_.rbegin(), events_.rend(),
+            [&event](const EventItem& item) { return item.configId == event.configId; });
+        if (waiting != events_.rend()) {
+            waiting->text = std::move(event.text);
+            return;
+        }
+    }
+    appendEvent(std::move(event));
 }
 
 void EventQueue::appendEvent(EventItem event) {
@@ -91,15 +111,9 @@ void EventQueue::appendEvent(EventItem event) {
     changed_.notifyOne();
 }
 
-bool EventQueue::removeConfig(unsigned id) {
-    const auto item =
-        std::find_if(configs_.begin(), configs_.end(),
-                     [id](const ConfigItem& config) { return config.event.configId == id; });
-    if (item == configs_.end()) {
-        return false;
-    }
-    configs_.erase(item);
-    return true;
+std::deque<EventQueue::ConfigItem>::iterator EventQueue::findConfig(unsigned id) {
+    return std::find_if(configs_.begin(), configs_.end(),
+                        [id](const ConfigItem& config) { return config.event.configId == id; });
 }
 
 void EventQueue::repeatConfigs() {

@@ -62,8 +62,9 @@ private:
     };
 
     unsigned appendConfig(const std::string& text, unsigned id) REQUIRES(mutex_);
+    void queueConfig(EventItem event) REQUIRES(mutex_);
     void appendEvent(EventItem event) REQUIRES(mutex_);
-    bool removeConfig(unsigned id) REQUIRES(mutex_);
+    std::deque<ConfigItem>::iterator findConfig(unsigned id) REQUIRES(mutex_);
     void repeatConfigs() REQUIRES(mutex_);
 
     const unsigned limit_;

@@ -177,6 +177,30 @@ TEST(EventQueue, KeepsAConfigLineThatIsDueWhileThereIsNoMemory) {
     EXPECT_THAT(q.takeAll(), ElementsAre("2 " + line));
 }
 
+TEST(EventQueue, KeepsAConfigLineWhoseSuccessorFindsNoMemory) {
+    Queue q;
+    std::string const line(100, 'c');  // more than a string holds within itself
+    std::string const successor(100, 's');
+    const unsigned id = q.queue.push_back_config(line);
+    q.takeAll();
+    bool raised = false;
+    {
+        FailingAllocation const noMemory;
+        try {
+            q.queue.push_back_config(successor, id);
+        } catch (std::bad_alloc const&) {
+            raised = true;
+        }
+    }
+    EXPECT_TRUE(raised);
+    EXPECT_EQ(q.queue.size(), 1U);
+    q.clock.advance(300s);
+    EXPECT_THAT(q.takeAll(), ElementsAre("2 " + line));
+    EXPECT_EQ(q.queue.push_back_config(successor, id), id);
+    EXPECT_THAT(q.takeAll(), ElementsAre("2 " + successor));
+    EXPECT_EQ(q.queue.size(), 1U) << "the new one alone";
+}
+
 TEST(EventQueue, StandsARepeatDurationOfZero) {
     SetClock clock;
     ASPN2::EventQueue queue(10, configType, 0s, clock);
