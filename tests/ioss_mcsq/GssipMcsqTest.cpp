@@ -207,9 +207,16 @@ TEST_F(GssipMcsqTest, DoesNothingForAHandleThatIsNotConnected) {
     Received received;
     long long handle = -1;
     ASSERT_EQ(writeWithEcho("Queue1", handle, received.callback()), Code::NO_ERROR);
-    write(-1, recordOf(someId));
-    write(handle + 1, recordOf(someId));
-    EXPECT_EQ(received.count(), 0U);
+    GSSIP const record = recordOf(someId);
+    write(handle, record);  // the type support comes with the first
+    ASSERT_EQ(received.count(), 1U);
+    EXPECT_EQ(drain(1), records::encoded(record));
+    AllocationCount const allocations;
+    write(-1, record);
+    write(handle + 2, record);  // the one behind the last is told of on standard error
+    EXPECT_EQ(allocations.count(), 0U) << "it is not even encoded";
+    write(handle + 1, record);
+    EXPECT_EQ(received.count(), 1U);
     EXPECT_EQ(drain(1), Bytes());
 }
 
@@ -443,7 +450,9 @@ TEST_F(GssipMcsqTest, ReportsWhatIsNoException) {
                        "exception\n"));
 }
 
-TEST_F(GssipMcsqTest, CountsOnlyPlainNumbersAsIds) {
+TEST_F(GssipMcsqTest, CountsOnlyPlainNumbersAsIdsAndSaysNothingOfOthers) {
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
     GssipMcsq filtered("Tester", std::vector<std::string>{" 100\t", "0101", "65535", "65536", "x",
                                                           "", "-103", "104x", "0x69", "1 06",
                                                           "+107", "99999999999999999999999"});
@@ -462,6 +471,8 @@ TEST_F(GssipMcsqTest, CountsOnlyPlainNumbersAsIds) {
     }
     EXPECT_EQ(passed,
               (std::vector<unsigned short>{0, 1, 16, 102, 103, 104, 105, 106, 107, 999, 65'433}));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(GssipMcsqTest, FiltersNothingWithoutIds) {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <thread>
 
@@ -235,6 +236,23 @@ TEST_F(MX_MCSQNotificationTest, EndsItsThreadAlsoWithWhatIsNoException) {
     inject(0, bytesOf("x"));
     EXPECT_TRUE(eventually([] { return !callbackThread(); }));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "312unknown exception\n");
+}
+
+TEST_F(MX_MCSQNotificationTest, EndsItsThreadWhenTheSystemRefusesToPoll) {
+    listen(opened("Queue0"), first);
+    ASSERT_TRUE(eventually([] { return callbackThread().has_value(); }));
+    pid_t const thread = *callbackThread();
+    rlimit files{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &files), 0);
+    rlimit const none{0, files.rlim_max};  // the poll has more entries than may be files
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    bool const ended =
+        eventually([thread] { return ::syscall(SYS_tgkill, ::getpid(), thread, 0) != 0; });
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &files), 0);
+    EXPECT_TRUE(ended);
+    // The locks are free.
+    EXPECT_EQ(ignore(0), Code::NO_ERROR);
+    EXPECT_EQ(close(0), Code::NO_ERROR);
 }
 
 TEST_F(MX_MCSQNotificationTest, GoesOnAfterASignal) {

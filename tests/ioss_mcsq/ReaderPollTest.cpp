@@ -2,6 +2,7 @@
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 
@@ -130,6 +131,21 @@ TEST(ReaderPoll, LetsAClosedDescriptorRest) {
     EXPECT_EQ(poll.wait(forLong), Outcome::READY);
     EXPECT_EQ(poll.ready(), Descriptors());
     EXPECT_EQ(poll.wait(milliseconds(1)), Outcome::TIMED_OUT);
+}
+
+TEST(ReaderPoll, TellsThatTheSystemRefusesToPoll) {
+    ReaderPoll poll;
+    Pipe const pipe;
+    pipe.put();
+    poll.add(pipe.reader.get());
+    rlimit files{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &files), 0);
+    rlimit const none{0, files.rlim_max};  // more entries than a process may have files
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_EQ(poll.wait(forLong), Outcome::FAILED);
+    EXPECT_EQ(poll.ready(), Descriptors());
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &files), 0);
+    EXPECT_EQ(poll.wait(forLong), Outcome::READY);
 }
 
 TEST(ReaderPoll, CountsASignalAsATimeOut) {
