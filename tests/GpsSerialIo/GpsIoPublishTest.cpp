@@ -90,6 +90,15 @@ TEST_F(GpsIoPublish, NumbersItsRecordsFromZeroUnderItsDeviceId) {
     }
 }
 
+TEST_F(GpsIoPublish, BearsTheLowByteOfItsPortInItsDeviceId) {
+    construct({});
+    auto const other = makeLink("Other", "Zephon", 0x1FE);
+    Bytes frame = makeFrame(6000).encode();
+    other->OnGpsMessageReceived(frame.data(), static_cast<unsigned int>(frame.size()), 0);
+    ASSERT_TRUE(published.waitFor(1));
+    EXPECT_EQ(published.all()[0].header().device_id(), 0x01312EFE);
+}
+
 TEST_F(GpsIoPublish, NeverPublishesTheHandshake) {
     run({});
     for (const std::uint16_t flags :

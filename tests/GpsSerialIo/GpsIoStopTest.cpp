@@ -48,6 +48,16 @@ TEST_F(GpsIoStop, DoesNothingOnALinkThatDoesNotRun) {
     link->stop();
 }
 
+TEST_F(GpsIoStop, ReadsForATenthOfASecondBeforeItWrites) {
+    configure({});
+    ASSERT_TRUE(queue(makeMessage(unanswered, 1, 0x8000)));
+    auto const begin = Clock::now();
+    link->start();
+    EXPECT_GE(Clock::now() - begin, 100ms);
+    ASSERT_TRUE(unit.waitForFrames(unanswered, 1, patience));
+    EXPECT_GE(unit.frames()[0].lastByte - begin, 100ms);
+}
+
 TEST_F(GpsIoStop, KeepsMessagesThatWereQueuedWhileTheLinkStoodStill) {
     construct({});
     ASSERT_TRUE(queue(makeMessage(unanswered, 1, 0x8000)));

@@ -320,6 +320,7 @@ TEST_F(MX_DevmemTest, RefusesAnUnknownContainerAndAnInvalidName) {
 TEST_F(MX_DevmemTest, RefusesAContainerWithoutAddressOrSize) {
     values["NoBase"] = {{"Size", "16"}};
     values["NoSize"] = {{"BaseAddress", "0x1000"}};
+    values["Neither"] = {};
     start();
     for (std::string const missing : {"Base", "Size"}) {
         testing::internal::CaptureStdout();
@@ -328,6 +329,11 @@ TEST_F(MX_DevmemTest, RefusesAContainerWithoutAddressOrSize) {
         EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::HasSubstr(missing));
         EXPECT_EQ(handle, -1);
     }
+    testing::internal::CaptureStdout();
+    long long handle = -7;
+    EXPECT_EQ(open("Neither", handle), Code::INVALID_CONFIG);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "WARNING - Parameter BaseAddress not found\nWARNING - Parameter Size not found\n");
     Code::Value rc = Code::IN_PROGRESS;
     FACE::IOSS::CONNECTION_STATUS_TYPE status;
     service->Get_Connection_Status(0, status, rc);

@@ -1,8 +1,55 @@
+#include <cerrno>
+#include <cstdarg>
+#include <linux/serial.h>
+#include <optional>
+#include <sys/ioctl.h>
+#include <sys/syscall.h>
+
 #include "tests/face/EveryIoOperation.h"
 #include "tests/face/MX_SerialPortFixture.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+namespace {
+
+/// The driver's own structure of a serial port, which a pseudo-terminal does not have.
+struct SerialDriver {
+    serial_struct present{};
+    bool takes = true;                   // whether it agrees to what is written
+    std::optional<serial_struct> taken;  // what was written last
+};
+
+SerialDriver* driver = nullptr;  // null: the system answers
+
+/// Answers for the driver while it lives.
+class DriverInPlay {
+public:
+    explicit DriverInPlay(SerialDriver& answers) { driver = &answers; }
+    ~DriverInPlay() { driver = nullptr; }
+    DriverInPlay(DriverInPlay const&) = delete;
+    DriverInPlay& operator=(DriverInPlay const&) = delete;
+};
+
+}  // namespace
+
+/// This program answers the two calls itself where a test says so; all others go to the system.
+extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (driver != nullptr && request == TIOCGSERIAL) {
+        *static_cast<serial_struct*>(argument) = driver->present;
+        return 0;
+    }
+    if (driver != nullptr && request == TIOCSSERIAL) {
+        driver->taken = *static_cast<serial_struct const*>(argument);
+        errno = EPERM;
+        return driver->takes ? 0 : -1;
+    }
+    return static_cast<int>(::syscall(SYS_ioctl, descriptor, request, argument));
+}
 
 // ---- configuration and opening
 
@@ -189,6 +236,34 @@ TEST_F(MX_SerialPortTest, DropsWhatArrivedBeforeTheOpen) {
     ASSERT_EQ(open("Port1", handle), Code::NO_ERROR);
     READ_PAYLOAD_TYPE payload = wanted(16);
     EXPECT_EQ(read(handle, 0, payload), Code::NOT_AVAILABLE);
+}
+
+TEST_F(MX_SerialPortTest, HasTheDriverHandOnWhatComesAtOnce) {
+    start();
+    SerialDriver answers;
+    answers.present.flags = ASYNC_SPD_HI;
+    answers.present.close_delay = 50;
+    long long handle = -1;
+    {
+        DriverInPlay const play(answers);
+        ASSERT_EQ(open("Port1", handle), Code::NO_ERROR);
+    }
+    ASSERT_TRUE(answers.taken);
+    EXPECT_EQ(answers.taken->flags, ASYNC_SPD_HI | ASYNC_LOW_LATENCY);
+    EXPECT_EQ(answers.taken->close_delay, 50) << "the rest as it was";
+}
+
+TEST_F(MX_SerialPortTest, OpensThoughTheDriverRefusesToHandOnAtOnce) {
+    start();
+    SerialDriver answers;
+    answers.takes = false;
+    long long handle = -1;
+    {
+        DriverInPlay const play(answers);
+        EXPECT_EQ(open("Port1", handle), Code::NO_ERROR);
+    }
+    EXPECT_TRUE(answers.taken);
+    EXPECT_EQ(state(handle), State::OPEN);
 }
 
 TEST_F(MX_SerialPortTest, OpensCloseOnExec) {

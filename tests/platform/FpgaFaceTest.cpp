@@ -296,6 +296,15 @@ TEST_F(FpgaFaceTest, ACountThatIsNonsenseEndsAtTheFirstMissingInterface) {
     EXPECT_THAT(raisedByInit(), testing::EndsWith("FAILED to open PulseGen 2 interface"));
 }
 
+TEST_F(FpgaFaceTest, LooksAtTheClockRateWhenEveryInterfaceIsOpen) {
+    fpga.write32(processor, 0x30, 1);
+    fpga.write32(processor, 0x24, 3);
+    EXPECT_THAT(raisedByInit(), testing::EndsWith("FAILED to open PTFE 2 interface"));
+    fpga.write32(processor, 0x24, 2);
+    fpga.write32(processor, 0x28, 3);
+    EXPECT_THAT(raisedByInit(), testing::EndsWith("FAILED to open PulseGen 2 interface"));
+}
+
 TEST_F(FpgaFaceTest, AWrongClockRateIsAMismatch) {
     for (std::uint32_t const rate : {58982399U, 0U, 0xFFFFFFFFU}) {
         fpga.write32(processor, 0x30, rate);
