@@ -17,6 +17,7 @@
 #include "ASPN/TimeTags.h"
 #include "PCSMaintReporter/PCSMaintReporter.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
+#include "tests/face/FailingAllocation.h"
 #include "tests/face/TypedTransport.h"
 
 using namespace std::chrono_literals;
@@ -274,6 +275,22 @@ TEST_F(PCSMaintReporterTest, TellsThatItCouldNotPublish) {
     OutputCapture output;
     send(reporter_, "lost");
     EXPECT_EQ(output.text(), "!!!!!! Zephon MaintReporter could not publish event\n");
+}
+
+TEST_F(PCSMaintReporterTest, LetsNoExceptionOutAndTellsIt) {
+    init();
+    testing::internal::CaptureStderr();
+    {
+        FailingAllocation const noMemory;
+        send(reporter_, "x");
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "std::bad_alloc\n");
+    send(reporter_, "back");
+    std::string description = next().description().data();
+    if (description == "x") {  // the library had it in its history already
+        description = next().description().data();
+    }
+    EXPECT_EQ(description, "back");
 }
 
 // ---- Threads
