@@ -1,6 +1,7 @@
 // What the process says, and how it ends, when its configuration does not hold.
 
 #include <csignal>
+#include <sched.h>
 #include <string>
 
 #include "bench/Bench.h"
@@ -253,8 +254,17 @@ TEST_F(ConfigurationLeniency, TextThatIsNoNumberReadsAsZero) {
     EXPECT_THAT(output, Not(HasSubstr("realtime process priority")));
 }
 
-TEST_F(ConfigurationLeniency, WithoutPriorityAndProcessorNothingIsSaidOfThem) {
-    run();
+TEST_F(ConfigurationLeniency, WithoutPriorityAndProcessorItIsScheduledAsItWasAndNothingIsSaid) {
+    bench.start();
+    ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
+    const pid_t server = bench.server().pid();
+    EXPECT_EQ(sched_getscheduler(0), sched_getscheduler(server));
+    cpu_set_t own;
+    cpu_set_t servers;
+    ASSERT_EQ(0, sched_getaffinity(0, sizeof own, &own));
+    ASSERT_EQ(0, sched_getaffinity(server, sizeof servers, &servers));
+    EXPECT_TRUE(CPU_EQUAL(&own, &servers));
+    output = bench.server().standardOutput();
     EXPECT_THAT(output, Not(HasSubstr("realtime process priority")));
     EXPECT_THAT(output, Not(HasSubstr("cpu affinity")));
     EXPECT_THAT(output, Not(HasSubstr("Affinity")));
@@ -273,11 +283,12 @@ TEST_F(ConfigurationLeniency, BindsToTheProcessorAndWithoutDebugTellsOnlyWhatThe
     EXPECT_THAT(output, Not(HasSubstr("cpu affinity to")));
 }
 
-TEST_F(ConfigurationLeniency, WithDebugItTellsTheProcessor) {
-    bench.configuration().set("ZephonServer", "CPU", "0x1");
+TEST_F(ConfigurationLeniency, WithDebugItTellsTheProcessorWholeThoughItsLowByteCounts) {
+    bench.configuration().set("ZephonServer", "CPU", "0x101");  // 256 + 1
     bench.configuration().set("ZephonServer", "Debug", "1");
     run();
-    EXPECT_THAT(output, HasSubstr("Successfully set ZephonServer cpu affinity to 1\n"));
+    EXPECT_THAT(output, HasSubstr("Has CPU Affinity for CPU0\n"));
+    EXPECT_THAT(output, HasSubstr("Successfully set ZephonServer cpu affinity to 257\n"));
 }
 
 TEST_F(ConfigurationFailure, ProcessorThatTheMachineDoesNotHave) {

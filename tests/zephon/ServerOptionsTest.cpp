@@ -221,6 +221,8 @@ TEST_F(ServerOptions, AMissingFileFailsTheConnectionAndLeavesTheRest) {
     bench.configuration().omit(ExampleConfiguration::File::StoredSettings);
     ASSERT_EQ(ReturnCode::NO_ERROR, configure());
     ASSERT_EQ(ReturnCode::INVALID_CONFIG, connect());
+    EXPECT_EQ(1U, bench.fpga().read32("Peripheral_Interface", 29 * 4))
+        << "switched on all the same";
     // Who starts it all the same has a server that tells of no super user.
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
     EXPECT_EQ((std::vector<FrameBytes>{superUserFrame(0), configRequest}), sentLastByTheStart());

@@ -5,6 +5,9 @@
 #include <memory>
 #include <thread>
 
+#include "ASPN/HealthReporter.h"
+#include "PCSMaintReporter/PCSMaintReporter.h"
+#include "platform/FpgaFace.h"
 #include "tests/face/RawReader.h"
 #include "tests/face/RawWriter.h"
 #include "tests/zephon/ZephonServerFixture.h"
@@ -119,6 +122,29 @@ TEST_F(ZephonServerTest, MayBeStartedAgainAfterAStop) {
 
 TEST_F(ZephonServerTest, DisconnectsWithoutEverHavingBeenConnected) {
     EXPECT_EQ(ReturnCode::NO_ERROR, disconnect());
+}
+
+TEST_F(ZephonServerTest, EndsTheReportersAlsoWithoutATransportOfItsOwn) {
+    connectAll();
+    ASSERT_NE(0U, FpgaFace::fpga_get_SystemCount());
+    ZephonServer other;
+    ReturnCode::Value code = ReturnCode::IN_PROGRESS;
+    other.Framework_Disconnect(code);
+    EXPECT_EQ(ReturnCode::NO_ERROR, code);
+    EXPECT_EQ(0U, FpgaFace::fpga_get_SystemCount());
+    // What is initialised already would say that, whatever it is called with.
+    const auto refusal = [](auto init) -> std::string {
+        try {
+            init();
+        } catch (std::runtime_error const& error) {
+            return error.what();
+        }
+        return "";
+    };
+    EXPECT_EQ("InitHealthReporter(x) called with an empty eventLogTypedTS.",
+              refusal([] { HealthReporter::Instance().InitHealthReporter("x", {}, nullptr, 0); }));
+    EXPECT_EQ("InitMaintReporter(x) called with an empty eventLogTypedTS.",
+              refusal([] { PCSMaintReporter::Instance().InitMaintReporter("x", {}, nullptr, 0); }));
 }
 
 TEST_F(ZephonServerTest, DisconnectsTwice) {
