@@ -15,6 +15,8 @@ using Match = CommandVerb::Match;
 
 // The first row that matches decides.
 constexpr std::array commonVerbs{
+    CommandVerb{Match::WholeText, "START_ZEROIZE", &ZephonServer::startZeroize},
+    CommandVerb{Match::WholeText, "START_DESTROY", &ZephonServer::startZeroize},
     CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_LIVE", &ZephonServer::selectLiveMode},
     CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_SIMULATION",
                 &ZephonServer::selectSimulationMode},
@@ -33,6 +35,7 @@ constexpr std::array commonVerbs{
                 &ZephonServer::answerQueryMessageOutput},
     CommandVerb{Match::FirstField, "QUERY_ZEPHON_COM", &ZephonServer::answerQueryCom},
     CommandVerb{Match::FirstField, "INIT_HOTSTART", &ZephonServer::initToldHotStart},
+    CommandVerb{Match::FirstField, "PNTD_SLIP", &ZephonServer::openSlip},
 };
 
 constexpr std::array humanInterfaceVerbs{

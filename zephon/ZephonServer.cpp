@@ -20,6 +20,7 @@ ZephonServer::~ZephonServer() {
     stopThreads();
     // Callbacks answer through the services that go below.
     endTopicCallbacks();
+    cancelTimers();
     // The reporters outlive the object, but not with its services. Links next and the queues
     // after them: they end their threads. Then the services from the top down, the transport last.
     endReporters();
@@ -68,12 +69,9 @@ void ZephonServer::startServer() {
             link->start();
         }
     }
-    auto started = std::make_shared<PntDBitCmdMsg>();
-    PNTDBIT::PntDBitCmdMsg command;
-    command.set<PNTDBIT::PntDBitCmdMsg::Command>(PNTDBIT::commandStarted);
-    started->setPayload(command);
-    started->header[3] |= FLAG_ACK_REQUEST;
-    sendToPntdBitPort(started);
+    PNTDBIT::PntDBitCmdMsg started;
+    started.set<PNTDBIT::PntDBitCmdMsg::Command>(PNTDBIT::commandStarted);
+    sendPntdCommand(started);
     buildAndSendConfigCmd(static_cast<unsigned short>(superUser_.unit),
                           static_cast<unsigned short>(superUser_.port));
     startThreads();
@@ -81,6 +79,11 @@ void ZephonServer::startServer() {
     HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::INFORMATION, text);
     std::cout << text + "\n" << std::flush;
     state_ = ReportedState::RUNNING;
+}
+
+void ZephonServer::cancelTimers() {
+    zeroize_.cancel();
+    slip_.cancel();
 }
 
 void ZephonServer::stopServer() {

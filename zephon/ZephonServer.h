@@ -37,11 +37,18 @@
 #include "zephon/PortSettings.h"
 #include "zephon/ReceiverStatusJoin.h"
 #include "zephon/ServerParameters.h"
+#include "zephon/SlipChannel.h"
 #include "zephon/StoredCommands.h"
 #include "zephon/StoredSettings.h"
 #include "zephon/TimeMark.h"
 #include "zephon/TimedProcedure.h"
+#include "zephon/Zeroize.h"
 
+namespace PNTDBIT {
+enum class ePntd_ProgStart : std::uint8_t;
+struct PntDBitCmdMsg;
+struct PntdStatusMsg;
+}  // namespace PNTDBIT
 struct Trevo5044Record;
 class TrevoCommandMsg;
 enum class e5001_Command : std::uint16_t;
@@ -110,6 +117,8 @@ public:
     void sendToEmulator(int unit, std::shared_ptr<GssipMessage> const& message);
     /// Queues a message, unchanged, on link 3.
     void sendToPntdBitPort(std::shared_ptr<GssipMessage> const& message);
+    /// Queues message 27530 on link 3; it asks for an ACK.
+    void sendPntdCommand(PNTDBIT::PntDBitCmdMsg const& command);
 
     // ---- Commands (ZephonServerCommands.cpp), any thread that holds no lock -------------
 
@@ -133,6 +142,19 @@ public:
     /// that runs refuses the next.
     CommandAnswer initToldHotStart(Command const& command) EXCLUDES(hotStart_.mutex);
     CommandAnswer initSetHotStart(Command const& command) EXCLUDES(hotStart_.mutex);
+
+    // ---- Zeroize (ZephonServerZeroize.cpp), any thread that holds no lock ----------------
+
+    /// Handler of verbs, called by cbCmd: has the PNT device zeroize, or refuses while it does.
+    CommandAnswer startZeroize(Command const& command);
+    /// Answers a zeroize when a virtual unit's status tells its end: the first one decides.
+    void collectPossibleZeroizeResponses(int unit, unsigned short id);
+
+    // ---- SLIP channel (SlipSupport.cpp), any thread that holds no lock --------------------
+
+    /// Handler of a verb, called by cbCmd: brings the channel up, for as long as the shell
+    /// commands for it take, and has it answered when both sides are settled or after 10 s.
+    CommandAnswer openSlip(Command const& command);
 
     // ---- Port settings (ZephonServerPorts.cpp), any thread ------------------------------
 
@@ -239,6 +261,8 @@ private:
 
     void startServer();
     void stopServer();
+    /// Stops the timers of what waits for the unit; nobody is answered.
+    void cancelTimers();
 
     // Timed procedures (ZephonServerPeriodic.cpp).
     void startThreads();
@@ -266,6 +290,19 @@ private:
     /// Queues message 5001 for virtual units 1 and 2.
     void sendSincgarsCommand(e5001_Command command);
     void copyToAllEmulators(aspn2_msgs::idl::GSSIP const& record);
+
+    // Zeroize (ZephonServerZeroize.cpp).
+    /// Answers a start. What can't be published is an event.
+    void generateSendZeroizeMessage(aspn2_msgs::idl::CommandResponse const& command, bool pass);
+    void takeSanitizeStatus(bool passed);
+    void reportSanitizeFail(bool failed) const;
+
+    // SLIP channel (SlipSupport.cpp).
+    void createSLIPChannel(aspn2_msgs::idl::CommandResponse const& command,
+                           PNTDBIT::ePntd_ProgStart start);
+    void requestSLIP(PNTDBIT::ePntd_ProgStart start);
+    void handleZP_SLIP_PntdStatus(PNTDBIT::PntdStatusMsg const& status);
+    void sendSLIPResponse(aspn2_msgs::idl::CommandResponse const& command, bool pass);
 
     // Port settings (ZephonServerPorts.cpp). What is raised there is an event, or with the replay
     // at the start a line on standard error.
@@ -409,6 +446,12 @@ private:
     HotStartSettings hotStartSettings_ GUARDED_BY(hotStart_.mutex);
     // The last super-user command waits for the unit's status.
     std::atomic<bool> superUserPending_{false};
+
+    // Each has a timer, which may answer as long as the transport stands, and a lock that it holds
+    // while it answers.
+    Zeroize zeroize_{
+        [this](auto const& command, bool pass) { generateSendZeroizeMessage(command, pass); }};
+    SlipChannel slip_{[this](auto const& command, bool pass) { sendSLIPResponse(command, pass); }};
 
     // Set by main's thread, read by the server's own threads, which main's alone starts and joins.
     std::atomic<bool> stopThreads_{false};

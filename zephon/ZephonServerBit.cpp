@@ -18,6 +18,12 @@ void ZephonServer::handleZP_PntdStatus(GSSIP const& record) {
         case Status::kindDataTransfer:
             tellBit(__LINE__, EventTypes::INFORMATION, PNTDBIT::describeDataTransfer(status));
             break;
+        case Status::kindSanitize:
+            takeSanitizeStatus(status.get<Status::SanitizePassed>() != 0);
+            break;
+        case Status::kindSlip:
+            handleZP_SLIP_PntdStatus(status);
+            break;
         default:
             break;
     }

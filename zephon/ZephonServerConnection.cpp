@@ -341,8 +341,10 @@ void ZephonServer::endTopicCallbacks() {
 }
 
 void ZephonServer::Framework_Disconnect(ReturnCode::Value& code) {
+    cancelTimers();
     endReporters();
     endTopicCallbacks();
+    cancelTimers();  // of a command that still ran
     if (transport_ != nullptr) {
         ReturnCode::Value ignored = ReturnCode::NO_ERROR;
         for (auto const& topic : topicEntries) {

@@ -3,6 +3,7 @@
 
 #include "ASPN/CmdResponseStrings.h"
 #include "ASPN/HealthReporter.h"
+#include "messages/PntdMessages.h"
 #include "messages/PntdWrapper.h"
 #include "messages/TrevoCommands.h"
 #include "messages/TrevoStatus.h"
@@ -106,6 +107,7 @@ void ZephonServer::handleZP_Block5044(GSSIP const& record) {
     const unsigned emulator =
         ASPN2::instanceOf(static_cast<std::uint32_t>(record.header().device_id()));
     tellStatus(" Em#" + std::to_string(emulator), message.record);
+    collectPossibleZeroizeResponses(static_cast<int>(emulator), message.record.statusId);
 }
 
 void ZephonServer::handleZP_Block27553(GSSIP const& record) {
@@ -118,7 +120,9 @@ void ZephonServer::handleZP_Block27553(GSSIP const& record) {
         Trevo_5044_Msg message;
         if (message.ok_set_5044_gpsip(inner.bytes, inner.length)) {
             message.unpack_5044();
-            tellStatus(" vZephon#" + std::to_string(wrapper.virtualZephonNumber()), message.record);
+            const auto unit = wrapper.virtualZephonNumber();
+            tellStatus(" vZephon#" + std::to_string(unit), message.record);
+            collectPossibleZeroizeResponses(unit, message.record.statusId);
         }
     } else if (inner.msgId == TrevoCommandLayout::id) {
         TrevoCommandMsg message;
@@ -185,4 +189,11 @@ void ZephonServer::sendToEmulator(int unit, std::shared_ptr<GssipMessage> const&
 
 void ZephonServer::sendToPntdBitPort(std::shared_ptr<GssipMessage> const& message) {
     links_.send(pntdBitLink, message);
+}
+
+void ZephonServer::sendPntdCommand(PNTDBIT::PntDBitCmdMsg const& command) {
+    const auto message = std::make_shared<PntDBitCmdMsg>();
+    message->setPayload(command);
+    message->header[3] |= FLAG_ACK_REQUEST;
+    sendToPntdBitPort(message);
 }

@@ -21,7 +21,7 @@ Command makeCommand(CommandResponse& record, std::string const& text) {
 
 // What only its whole text names.
 const std::set<std::string> wholeTexts{"SYSTEM_MODE_SELECT_LIVE", "SYSTEM_MODE_SELECT_SIMULATION",
-                                       "BITSERVER_PING"};
+                                       "BITSERVER_PING", "START_ZEROIZE", "START_DESTROY"};
 
 TEST(CommandVerbs, AVerbOfTheWholeTextTakesNothingBesideIt) {
     for (auto const& verb : wholeTexts) {
@@ -54,7 +54,7 @@ TEST(CommandVerbs, AVerbWithArgumentsIsTheFirstField) {
          {"SET_ZEPHON_COM", "SET_ZEPHON_HOT_START", "SET_ZEPHON_SUPER_USER", "SET_ZP_OUTPUT_CONFIG",
           "SET_ZEPHON_MESSAGE_OUTPUT", "QUERY_ZEPHON_HOT_START", "QUERY_ZEPHON_SUPER_USER",
           "QUERY_ZP_OUTPUT_CONFIG", "QUERY_ZEPHON_MESSAGE_OUTPUT", "QUERY_ZEPHON_COM",
-          "INIT_HOTSTART"}) {
+          "INIT_HOTSTART", "PNTD_SLIP"}) {
         for (std::string const& text :
              {verb, verb + ",", verb + ",1", verb + ",1,COM1", verb + std::string(100000, ',')}) {
             CommandVerb const* const found = findCommandVerb(controller, text);
