@@ -44,10 +44,9 @@ CommandAnswer ZephonServer::startZeroize(Command const& command) {
 }
 
 void ZephonServer::generateSendZeroizeMessage(CommandResponse const& command, bool pass) {
-    std::string const& verb =
-        command.command_response() == Sys::CommandString::StartSystemZeroize
-            ? Sys::ResponseString::ComponentZeroize
-            : Sys::ResponseString::ComponentDestroy;
+    std::string const& verb = command.command_response() == Sys::CommandString::StartSystemZeroize
+                                  ? Sys::ResponseString::ComponentZeroize
+                                  : Sys::ResponseString::ComponentDestroy;
     auto response = cmdResponse_.makeResponse(
         command, verb + (pass ? Sys::ResponseString::Pass : Sys::ResponseString::Fail));
     ReturnCode::Value code = ReturnCode::NOT_AVAILABLE;

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "tests/system/EventReader.h"
+#include "tests/system/FakeSlipTools.h"
 #include "tests/system/Waiting.h"
 #include "tests/zephon/CommandFixture.h"
-#include "tests/zephon/FakeSlipTools.h"
 
 namespace {
 
@@ -330,8 +330,8 @@ TEST_F(ServerSlip, PassesWhenTheDeviceOpensItsSide) {
     expectAnswers({"PNTD_SLIP_PASS"});
     expectOrders({makeOrder(7, 3, 1)});
     EXPECT_TRUE(tools.waitForCall("slattach -s 921600 -p slip -L /dev/ttyS5")) << tools.calls();
-    EXPECT_TRUE(tools.waitForCall(
-        "ifconfig sl0 192.168.200.1 pointopoint 192.168.200.2 mtu 65534 up"))
+    EXPECT_TRUE(
+        tools.waitForCall("ifconfig sl0 192.168.200.1 pointopoint 192.168.200.2 mtu 65534 up"))
         << tools.calls();
     EXPECT_EQ(1U, output.count("Request SLIP channel sent to PNT-D\n")) << output.text();
 }
@@ -352,8 +352,8 @@ TEST_F(ServerSlip, AnEarlyStatusIsAnsweredWhenTheShellCommandsHaveEnded) {
     tools.holdIfconfig();
     startAll();
     std::thread commander([this] { command("PNTD_SLIP"); });
-    const bool held = tools.waitForCall(
-        "ifconfig sl0 192.168.200.1 pointopoint 192.168.200.2 mtu 65534 up");
+    const bool held =
+        tools.waitForCall("ifconfig sl0 192.168.200.1 pointopoint 192.168.200.2 mtu 65534 up");
     tellDevice(kindSlip, 1);
     auto mark = ASPN2::CmdResponse().makeResponse(aspn2_msgs::idl::CommandResponse(), "HELD");
     server->sendResponseMessage(mark);

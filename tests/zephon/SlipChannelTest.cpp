@@ -72,8 +72,7 @@ TEST_F(SlipAnswers, FailForEachOtherPairOfSettledSides) {
         slip.settleDeviceSide(pair == 5);
         slip.settleComputerSide(pair == 4);
     }
-    EXPECT_THAT(answers(),
-                ElementsAre("0 fail", "1 fail", "2 fail", "3 fail", "4 fail", "5 fail"));
+    EXPECT_THAT(answers(), ElementsAre("0 fail", "1 fail", "2 fail", "3 fail", "4 fail", "5 fail"));
 }
 
 TEST_F(SlipAnswers, FailAtTheEndOfTheTimeWhicheverSideIsPending) {
@@ -183,15 +182,13 @@ constexpr char const* addressLine =
 
 TEST_F(SlipShell, AttachesInTheBackgroundAndThenGivesTheAddresses) {
     EXPECT_TRUE(open(ePntd_ProgStart::normal));
-    EXPECT_THAT(lines,
-                ElementsAre("slattach -s 921600 -p slip -L /dev/ttyS5 & \n", addressLine));
+    EXPECT_THAT(lines, ElementsAre("slattach -s 921600 -p slip -L /dev/ttyS5 & \n", addressLine));
     EXPECT_THAT(told, IsEmpty());
 }
 
 TEST_F(SlipShell, IsSlowerInTheDebugStart) {
     EXPECT_TRUE(open(ePntd_ProgStart::debug));
-    EXPECT_THAT(lines,
-                ElementsAre("slattach -s 115200 -p slip -L /dev/ttyS5 & \n", addressLine));
+    EXPECT_THAT(lines, ElementsAre("slattach -s 115200 -p slip -L /dev/ttyS5 & \n", addressLine));
 }
 
 TEST_F(SlipShell, GivesNoAddressesWhenItCannotAttach) {

@@ -47,7 +47,9 @@ protected:
                 taken = accepted;
                 log({accepted ? Event::Kind::Accepted : Event::Kind::Refused, identifier});
             },
-            [&] { log({Event::Kind::Ordered, identifier}); });
+            [&] {
+                log({Event::Kind::Ordered, identifier});
+            });
         return taken;
     }
     void tellStatus(bool passed) {
@@ -76,12 +78,11 @@ protected:
         std::vector<std::string> texts;
         for (auto const& event : events()) {
             if (event.kind == Event::Kind::Answer) {
-                texts.push_back(
-                    std::to_string(event.command) +
-                    (event.who == Who::Timer  ? " time "
-                     : event.who == Who::Unit ? " unit "
-                                              : " device ") +
-                    (event.passed ? "pass" : "fail"));
+                texts.push_back(std::to_string(event.command) +
+                                (event.who == Who::Timer  ? " time "
+                                 : event.who == Who::Unit ? " unit "
+                                                          : " device ") +
+                                (event.passed ? "pass" : "fail"));
             }
         }
         return texts;
@@ -129,8 +130,8 @@ TEST_F(ZeroizeWait, IsTakenOnBeforeItIsOrdered) {
 TEST_F(ZeroizeWait, ItsTimeRunsWhenItIsOrdered) {
     // The time-out is told although the order is still being given.
     Zeroize::Record const command;
-    zeroize.start(command, 0s, [](bool) {},
-                  [this] { EXPECT_TRUE(waitForAnswers(1)); });
+    zeroize.start(
+        command, 0s, [](bool) {}, [this] { EXPECT_TRUE(waitForAnswers(1)); });
     EXPECT_THAT(answers(), ElementsAre("0 time fail"));
 }
 
@@ -312,8 +313,7 @@ TEST_F(ZeroizeWait, AnAnswerBeforeAtAndAfterTheEndOfItsTimeFromFourUnitsAtOnce) 
         });
         const bool exact = by(Who::Unit) == units && passes == units / 2 &&
                            by(Who::Timer) == (timeFirst ? 1 : 0) &&
-                           by(Who::Device) == (deviceNext ? 1 : 0) &&
-                           all.size() == told.size() + 2;
+                           by(Who::Device) == (deviceNext ? 1 : 0) && all.size() == told.size() + 2;
         const bool timed = round % 3 == 0 ? !timeFirst : !after || timeFirst;
         good = good && accepted && timeWasUp && exact && timed;
         timeouts += timeFirst && round % 3 == 1 ? 1 : 0;

@@ -21,9 +21,7 @@ public:
     }
 
     /// A value for PATH.
-    std::string path() const {
-        return (folder_ / "bin").string() + ":" + std::getenv("PATH");
-    }
+    std::string path() const { return (folder_ / "bin").string() + ":" + std::getenv("PATH"); }
 
     /// Lets `ifconfig` fail.
     void failIfconfig() { write("ifconfig", "exit 1"); }
