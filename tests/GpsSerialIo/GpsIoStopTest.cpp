@@ -63,8 +63,10 @@ TEST_F(GpsIoStop, KeepsMessagesThatWereQueuedWhileTheLinkStoodStill) {
     ASSERT_TRUE(queue(makeMessage(unanswered, 1, 0x8000)));
     configureLink();
     ASSERT_TRUE(queue(makeMessage(unanswered, 2, 0x8000)));
+    auto const begin = Clock::now();
     link->start();
     ASSERT_TRUE(unit.waitForFrames(unanswered, 2, patience));
+    EXPECT_GE(unit.frames()[0].lastByte - begin, 100ms) << "the reader is given a lead";
     link->stop();
     ASSERT_TRUE(queue(makeMessage(unanswered, 3, 0x8000)));
     link->stop();
