@@ -2,6 +2,12 @@
 
 #include "tests/face/MX_ConfigFixture.h"
 
+TEST(MX_Config, WhencesHaveTheirNumbers) {
+    EXPECT_EQ(Whence::SEEK_SET, 0);
+    EXPECT_EQ(Whence::SEEK_CUR, 1);
+    EXPECT_EQ(Whence::SEEK_END, 2);
+}
+
 TEST_F(MX_ConfigFile, SeekFromTheStartCountsTheContainersOfTheTag) {
     int const handle = open("two");
     EXPECT_EQ(seek(handle, Whence::SEEK_SET, 0), Code::NO_ERROR);
