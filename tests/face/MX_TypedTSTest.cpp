@@ -1,5 +1,6 @@
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -7,6 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include <fastdds/dds/topic/TopicDataType.hpp>
+#include <fastrtps/Domain.h>
+#include <fastrtps/attributes/ParticipantAttributes.h>
+#include <fastrtps/attributes/PublisherAttributes.h>
 #include <gtest/gtest.h>
 
 #include "aspn2_msgs/CommandResponse.h"
@@ -221,6 +226,56 @@ TEST_F(MX_TypedTSTest, ARefusedEndpointIsAClosedConnectionWithItsTextOnStandardE
               std::string::npos);
     EXPECT_EQ(FACE::TSS::Details::MX_TypedTS<EventLog>::subscriber_entry, before);
     EXPECT_EQ(events.send(id, event("lost")), Code::NOT_AVAILABLE);
+}
+
+/// A type whose records cannot be encoded.
+class Unencodable : public eprosima::fastdds::dds::TopicDataType {
+public:
+    Unencodable() {
+        m_typeSize = 8;
+        setName("Unencodable");
+    }
+    bool serialize(void* /*record*/,
+                   eprosima::fastrtps::rtps::SerializedPayload_t* /*payload*/) override {
+        return false;
+    }
+    bool deserialize(eprosima::fastrtps::rtps::SerializedPayload_t* /*payload*/,
+                     void* /*record*/) override {
+        return false;
+    }
+    std::function<std::uint32_t()> getSerializedSizeProvider(void* /*record*/) override {
+        return [] { return 8U; };
+    }
+    void* createData() override { return new int(0); }
+    void deleteData(void* record) override { delete static_cast<int*>(record); }
+    bool getKey(void* /*record*/, eprosima::fastrtps::rtps::InstanceHandle_t* /*handle*/,
+                bool /*force*/) override {
+        return false;
+    }
+};
+
+TEST_F(MX_TypedTSStarted, ARecordThatTheLibraryDoesNotTakeIsAnOverflow) {
+    using eprosima::fastrtps::Domain;
+    Unencodable type;
+    eprosima::fastrtps::ParticipantAttributes participantAttributes;
+    participantAttributes.domainId = domain.id();
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    auto* const participant = Domain::createParticipant(participantAttributes);
+#pragma GCC diagnostic pop
+    ASSERT_TRUE(participant != nullptr && Domain::registerType(participant, &type));
+    eprosima::fastrtps::PublisherAttributes attributes;
+    attributes.topic.topicName = "Elsewhere";
+    attributes.topic.topicDataType = type.getName();
+    auto* const publisher = Domain::createPublisher(participant, attributes);
+    ASSERT_NE(publisher, nullptr);
+
+    long long const id = transport.connect("Events");
+    transport.at(id).setPublisher(nullptr, publisher);
+    EXPECT_EQ(typed.send(id, event("not taken")), Code::DATA_OVERFLOW);
+    EXPECT_FALSE(typed.ts.Publish(id, event("not taken")));
+    transport.at(id).clearPublisher();
+    Domain::removeParticipant(participant);
 }
 
 // ---- The road of a record
