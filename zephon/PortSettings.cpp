@@ -147,14 +147,11 @@ e5000_DataPort to_e5000_port(std::string const& port) {
 }
 
 e5000_XferScenario to_e5000_scenario(std::string const& scenario) {
-    constexpr std::size_t wordSize = 4;  // of all three words
-    if (scenario.size() == wordSize && StringUtils::containsIgnoringCase(scenario, "MNAV")) {
-        return e5000_XferScenario::MNAV;
-    }
-    if (scenario.size() == wordSize && StringUtils::containsIgnoringCase(scenario, "BOTH")) {
+    constexpr std::size_t bothSize = 4;
+    if (scenario.size() == bothSize && StringUtils::containsIgnoringCase(scenario, "BOTH")) {
         return e5000_XferScenario::BOTH;
     }
-    return e5000_XferScenario::LNAV;
+    return scenario == "MNAV" ? e5000_XferScenario::MNAV : e5000_XferScenario::LNAV;
 }
 
 FieldCheck checkComFields(Fields const& fields) {

@@ -31,7 +31,7 @@ e5331_SerialBaud to_e5331_SerialBaud(long baud);  ///< bit/s
 /// Those of 30001 and 5000 take COM1, and LNAV, for all texts that they don't know.
 std::uint16_t to_e30001ComSelect(std::string const& port);
 e5000_DataPort to_e5000_port(std::string const& port);
-e5000_XferScenario to_e5000_scenario(std::string const& scenario);  ///< in any case of letters
+e5000_XferScenario to_e5000_scenario(std::string const& scenario);  ///< BOTH in any case of letters
 
 /// Whether a row is fit to be stored and sent.
 struct FieldCheck {

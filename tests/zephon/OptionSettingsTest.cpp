@@ -290,6 +290,7 @@ TEST(HotStartMessage, KnowsPortsAndTypesAndTakesTheFirstForOthers) {
     EXPECT_EQ(3, type("MNAV"));
     EXPECT_EQ(4, type("BOTH"));
     EXPECT_EQ(4, type("both"));
+    EXPECT_EQ(2, type("mnav"));
     EXPECT_EQ(2, type("other"));
     EXPECT_EQ(2, type(""));
 }

@@ -158,11 +158,12 @@ TEST(PortSettings, PortsOf5000AreNumbersAndUnknownOnesTheFirst) {
     }
 }
 
-TEST(PortSettings, ScenariosOf5000AreTakenInAnyCaseAndUnknownOnesAreTheFirst) {
+TEST(PortSettings, OfTheScenariosOf5000BothIsTakenInAnyCaseAndUnknownOnesAreTheFirst) {
     for (auto const& [text, code] : std::vector<std::pair<std::string, int>>{{"LNAV", 2},
                                                                              {"lnav", 2},
                                                                              {"MNAV", 3},
-                                                                             {"mNaV", 3},
+                                                                             {"mNaV", 2},
+                                                                             {"mnav", 2},
                                                                              {"BOTH", 4},
                                                                              {"both", 4},
                                                                              {"Both", 4},
