@@ -29,7 +29,7 @@ void ZephonServer::cbCmd(CommandResponse const& record) {
     try {
         dispatch(record);
     } catch (std::exception const& error) {
-        std::cerr << std::to_string(__LINE__) + " " + error.what() + "\n";
+        std::cerr << __LINE__ << ' ' << error.what() << '\n';  // may be about memory
         throw;
     }
 }

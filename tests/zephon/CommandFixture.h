@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,5 +23,18 @@ protected:
             texts.push_back(response.text);
         }
         EXPECT_EQ(expected, texts);
+    }
+
+    /// Ends the topics of the server, which goes on running. The event log, which is the process's,
+    /// goes with them: the server that is returned has it then.
+    std::unique_ptr<ZephonServer> takeTopicsAway() {
+        EXPECT_EQ(ReturnCode::NO_ERROR, disconnect());
+        auto reporting = std::make_unique<ZephonServer>();
+        ReturnCode::Value code = ReturnCode::IN_PROGRESS;
+        reporting->Configure(file.c_str(), code);
+        EXPECT_EQ(ReturnCode::NO_ERROR, code);
+        reporting->Framework_Connect(file.c_str(), code);
+        EXPECT_EQ(ReturnCode::NO_ERROR, code);
+        return reporting;
     }
 };

@@ -1,11 +1,13 @@
 // Commands that a server in this process takes, and its answers as another process reads them.
 
 #include <atomic>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "ASPN/TimeTags.h"
+#include "tests/face/FailingAllocation.h"
 #include "tests/system/EventReader.h"
 #include "tests/system/ResponseReader.h"
 #include "tests/zephon/CommandFixture.h"
@@ -150,13 +152,7 @@ TEST_F(ServerDispatch, NothingIsToldWithDebugOff) {
 
 TEST_F(ServerDispatch, AnAnswerThatNoTopicTakesIsReported) {
     startAll();
-    // Without its topics it has no event log either; the reporter is the process's, though.
-    ASSERT_EQ(ReturnCode::NO_ERROR, disconnect());
-    ZephonServer reporting;
-    ReturnCode::Value code = ReturnCode::IN_PROGRESS;
-    reporting.Configure(file.c_str(), code);
-    reporting.Framework_Connect(file.c_str(), code);
-    ASSERT_EQ(ReturnCode::NO_ERROR, code);
+    const auto reporting = takeTopicsAway();
     const EventReader events(bench);
     command("BITSERVER_PING");
     const auto event = events.waitFor("Could not publish Set TimeCode change Response");
@@ -166,6 +162,20 @@ TEST_F(ServerDispatch, AnAnswerThatNoTopicTakesIsReported) {
                 testing::MatchesRegex(".*:ZephonServer: Could not publish Set TimeCode "
                                       "change Response for TOV = [0-9]+, "
                                       "ZephonServer"));
+}
+
+TEST_F(ServerDispatch, WhatACommandRaisesIsALineOnStandardErrorAndNoAnswer) {
+    startAll();
+    const auto ping = makeCommandRecord("BITSERVER_PING", controller);
+    testing::internal::CaptureStderr();
+    {
+        const FailingAllocation noMemory;
+        EXPECT_THROW(server->cbCmd(ping), std::bad_alloc);
+    }
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::ContainsRegex("[0-9]+ std::bad_alloc\n"));
+    command("SYSTEM_MODE_SELECT_LIVE");
+    expectAnswers({"SYSTEM_MODE_SELECT_LIVE_PASS"});
 }
 
 TEST_F(ServerDispatch, CommandsOfManyThreadsAreAllAnswered) {
