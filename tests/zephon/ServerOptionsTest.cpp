@@ -229,8 +229,10 @@ TEST_F(ServerOptions, AMissingFileFailsTheConnectionAndLeavesTheRest) {
     command("QUERY_ZEPHON_HOT_START");
     command("QUERY_ZP_OUTPUT_CONFIG,1,COM1");
     command("SET_ZEPHON_SUPER_USER,1,COM1");
+    server->cbCmd(makeCommandRecord("INIT_HOTSTART", humanInterface));
     expectAnswers({"CURRENT_ZEPHON_HOT_START,0,,", "CURRENT_ZP_OUTPUT_CONFIG,0,,",
-                   "SET_ZEPHON_SUPER_USER_NACK"});
+                   "SET_ZEPHON_SUPER_USER_NACK", "INIT_HOTSTART_ACK"});
+    EXPECT_EQ(std::vector<FrameBytes>(), sent()) << "a hot start of unit 0 reaches nobody";
 }
 
 TEST_F(ServerOptions, ADamagedFileFailsTheConnection) {
@@ -248,6 +250,14 @@ TEST_F(ServerOptions, AMissingContainerFailsTheConnection) {
         ASSERT_EQ(ReturnCode::NO_ERROR, configure());
         EXPECT_EQ(ReturnCode::INVALID_CONFIG, connect()) << container;
     }
+}
+
+TEST_F(ServerOptions, TheHotStartIsLoadedAlsoWithoutTheSuperUser) {
+    bench.configuration().omitContainer("ZP_Super_User");
+    configureWith("ZP_Hot_Start", "zephonNumber", "0");
+    ASSERT_EQ(ReturnCode::NO_ERROR, configure());
+    ASSERT_EQ(ReturnCode::INVALID_CONFIG, connect());
+    expectEvent(std::string("ZephonServer: Invalid ZP number (0)") + readFromFile + "ZP 1");
 }
 
 // ---- Hot start -----------------------------------------------------------------------------

@@ -364,6 +364,24 @@ TEST_F(ServerPeriodic, WhatARoundRaisesIsAnEventAndTheRoundsGoOn) {
     EXPECT_TRUE(output.waitFor("SINCGARS RESET\n")) << output.text();
 }
 
+TEST_F(ServerPeriodic, APassThatNoTopicTakesIsReportedAndTheRoundsGoOn) {
+    OutputCapture output;
+    startWithDebug();
+    command("INIT_HOTSTART,1,COM1,LNAV");
+    humanCommand("INIT_SINCGARS");
+    const auto reporting = takeTopicsAway();
+    const EventReader events(bench);
+    advance(31s);
+    const auto event = events.waitFor("Could not publish CommandResponse");
+    ASSERT_TRUE(event) << events.report();
+    EXPECT_EQ(3, event->type);
+    EXPECT_THAT(event->text,
+                testing::MatchesRegex(".*:ZephonServer: Could not publish CommandResponse for "
+                                      "TOV = [0-9]+, INIT_HOTSTART_PASS"));
+    advance(46s);
+    EXPECT_TRUE(output.waitFor("SINCGARS RESET\n")) << output.text();
+}
+
 TEST_F(ServerPeriodic, WhatACommandRaisesReachesTheEventLogAndNotWhoPublished) {
     startAll();
     const EventReader events(bench);

@@ -441,6 +441,14 @@ TEST_F(ServerPorts, APortWithAnEmptyLastValueSendsItsOutputOnlyAndTheReplayGoesO
     expectSettings(expected);
 }
 
+TEST_F(ServerPorts, AModeThatIsNoneSendsNoOutputAndTheReplayGoesOn) {
+    bench.configuration().set("ZP1COM1", "solutionSource", "");  // its line is not sent either
+    bench.configuration().set("ZP1COM1", "mode", "153E");
+    bench.configuration().omitContainer("ZP1COM3");
+    startAll();
+    expectSettings(shipped(1, 2));
+}
+
 TEST_F(ServerPorts, WithoutAModeTheReplayEndsAtThatPort) {
     bench.configuration().omit("ZP1COM2", "mode");
     testing::internal::CaptureStderr();

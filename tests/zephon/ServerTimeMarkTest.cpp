@@ -204,6 +204,18 @@ TEST_F(ServerTimeMark, APassThroughIsToldOnTheConsoleAndTheEventLogWhenAsked) {
                 MatchesRegex("PassThrough 8504 as-is: [0-9]+, [^,]*ZephonServerTimeMark.cpp"));
 }
 
+TEST_F(ServerTimeMark, WithDebugTheEnginesMarkIsToldBehindWhatBecameOfIt) {
+    OutputCapture output;
+    bench.configuration().set("ZephonServer", "Debug", "TRUE");
+    startWith("FALSE", "TRUE");
+    receiveMark(1.0, 100);
+    const std::string text = output.text();
+    const auto handled = text.find("PassThrough 8504 as-is: ");
+    ASSERT_NE(std::string::npos, handled) << text;
+    EXPECT_NE(std::string::npos, text.find("Recvd GSSIP: 8504 from Trevo\n", handled)) << text;
+    EXPECT_EQ(1U, output.count("Recvd GSSIP: 8504 from Trevo\n")) << text;
+}
+
 TEST_F(ServerTimeMark, AMergeIsToldForBothTimesWhenAsked) {
     OutputCapture output;
     startWith("TRUE", "TRUE");
