@@ -195,8 +195,10 @@ TEST_F(MX_MCSQNotificationTest, ForgetsAClosedConnection) {
     listen(opened("Queue0"), first);  // twice: both entries go
     listen(opened("Queue1"), second);
     EXPECT_EQ(close(0), Code::NO_ERROR);
-    // Its descriptors are used anew, by a connection that nobody listens to.
-    opened("Queue2");
+    // Its descriptors are used anew, by a connection that nobody listens to any more.
+    long long const anew = opened("Queue2");
+    EXPECT_EQ(listen(anew, first), Code::NO_ERROR);
+    EXPECT_EQ(ignore(anew), Code::NO_ERROR);
     inject(2, bytesOf("unheard"));
     inject(1, bytesOf("heard"));
     second.received(5);
