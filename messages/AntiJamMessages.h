@@ -90,7 +90,7 @@ struct ThreatDataLayout {
     static constexpr std::uint16_t words = 100;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using GpsTime = fields::MachineField<0, double>;
+    using GpsTime = fields::Seconds<fields::MachineField<0, double>>;
 };
 
 /// Message 15051. One thread fills it, then shares it read-only with the link.

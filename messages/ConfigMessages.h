@@ -26,7 +26,7 @@ struct ConfigCmdLayout {
     static constexpr std::uint16_t words = 9;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using GpsTime = fields::NumberField<0, OtwDECD>;
+    using GpsTime = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Command = fields::ByteField<8>;
     using Unit = fields::ByteBits<10, 0, 3>;
     using Port = fields::ByteBits<10, 3, 2>;
@@ -44,7 +44,7 @@ struct ConfigStatusLayout {
     static constexpr std::uint16_t words = ConfigCmdLayout::words;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using GpsTime = fields::NumberField<0, OtwDECD>;
+    using GpsTime = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Command = fields::ByteField<8>;
     using Unit = fields::ByteBits<10, 0, 3>;
     using Port = fields::ByteBits<10, 3, 2>;

@@ -21,12 +21,12 @@ struct Crm30000Layout {
     static constexpr std::uint16_t words = 20;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using Time = fields::MachineField<0, float>;  // s of the week, from 9391 words 0 and 1
+    using Time = fields::Seconds<fields::MachineField<0, float>>;  // of 9391
     using From9391Words2To3 = fields::MachineField<2, std::uint32_t>;
     using From9391Word12 = fields::WordField<4>;
     using Reserved = fields::WordField<5>;
-    using DistanceOf5040Word36 = fields::MachineField<6, float>;  // m
-    using DistanceOf5040Word82 = fields::MachineField<8, float>;  // m
+    using DistanceOf5040Word36 = fields::Metres<fields::MachineField<6, float>>;
+    using DistanceOf5040Word82 = fields::Metres<fields::MachineField<8, float>>;
     using From5040Word42 = fields::WordField<10>;
     using From5040Word49 = fields::WordField<11>;  // low nibble there
     using From5040Word61 = fields::WordField<12>;  // bit 0 there
@@ -98,7 +98,7 @@ struct Crm30001Layout {
     using EntryCount = fields::WordField<4>;
 
     static constexpr std::size_t maxEntries = 40;
-    using Entries = fields::GroupField<5, Crm30001Entry, maxEntries>;
+    using Entries = fields::GroupField<5, Crm30001Entry, maxEntries, EntryCount>;
     static_assert(Entries::end == words);
 
     /// Bit of the first port selection that stays clear.

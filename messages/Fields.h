@@ -218,9 +218,12 @@ struct SwappedTextField {
 };
 
 /// `Count` groups of words from `Word` on, each with the fields of `Group`, which is a Record.
-template <std::size_t Word, typename Group, std::size_t Count>
+/// `Counter` is the field that tells how many of them a message means.
+template <std::size_t Word, typename Group, std::size_t Count, typename Counter>
 struct GroupField {
     static_assert(sizeof(Group) == 2 * Group::words, "a group has no members of its own");
+    using Element = Group;
+    using CountField = Counter;
     static constexpr std::size_t count = Count;
     static constexpr std::size_t begin = Word;
     static constexpr std::size_t words = Group::words;  ///< of one group
@@ -249,6 +252,37 @@ private:
         assert(index < Count);
         return groups + index * Group::words;
     }
+};
+
+// A field and the unit of its value: `fields::Seconds<fields::NumberField<0, OtwDECD>>`.
+
+template <typename Field>
+struct Seconds : Field {
+    static constexpr char const* unit = "s";
+};
+template <typename Field>
+struct Days : Field {
+    static constexpr char const* unit = "d";
+};
+template <typename Field>
+struct Metres : Field {
+    static constexpr char const* unit = "m";
+};
+template <typename Field>
+struct SquareMetres : Field {
+    static constexpr char const* unit = "m²";
+};
+template <typename Field>
+struct MetresPerSecond : Field {
+    static constexpr char const* unit = "m/s";
+};
+template <typename Field>
+struct SquareMetresPerSecondSquared : Field {
+    static constexpr char const* unit = "m²/s²";
+};
+template <typename Field>
+struct Radians : Field {
+    static constexpr char const* unit = "rad";
 };
 
 }  // namespace fields

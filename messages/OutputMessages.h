@@ -24,25 +24,25 @@ struct OstrelPvtLayout {
     static constexpr std::uint16_t words = 54;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using GpsTowSeconds = fields::MachineField<0, double>;
-    using UtcTodSeconds = fields::MachineField<4, double>;
-    using EcefPosX = fields::MachineField<8, double>;
-    using EcefPosY = fields::MachineField<12, double>;
-    using EcefPosZ = fields::MachineField<16, double>;
-    using EcefVelX = fields::MachineField<20, float>;
-    using EcefVelY = fields::MachineField<22, float>;
-    using EcefVelZ = fields::MachineField<24, float>;
-    using Pitch = fields::MachineField<26, float>;
-    using Roll = fields::MachineField<28, float>;
-    using Heading = fields::MachineField<30, float>;
-    using HorzPosError = fields::MachineField<32, float>;
-    using VertPosError = fields::MachineField<34, float>;
-    using HorzVelError = fields::MachineField<36, float>;
-    using VertVelError = fields::MachineField<38, float>;
-    using TimeError = fields::MachineField<40, float>;
-    using PitchError = fields::MachineField<42, float>;
-    using RollError = fields::MachineField<44, float>;
-    using HeadingError = fields::MachineField<46, float>;
+    using GpsTowSeconds = fields::Seconds<fields::MachineField<0, double>>;
+    using UtcTodSeconds = fields::Seconds<fields::MachineField<4, double>>;
+    using EcefPosX = fields::Metres<fields::MachineField<8, double>>;
+    using EcefPosY = fields::Metres<fields::MachineField<12, double>>;
+    using EcefPosZ = fields::Metres<fields::MachineField<16, double>>;
+    using EcefVelX = fields::MetresPerSecond<fields::MachineField<20, float>>;
+    using EcefVelY = fields::MetresPerSecond<fields::MachineField<22, float>>;
+    using EcefVelZ = fields::MetresPerSecond<fields::MachineField<24, float>>;
+    using Pitch = fields::Radians<fields::MachineField<26, float>>;
+    using Roll = fields::Radians<fields::MachineField<28, float>>;
+    using Heading = fields::Radians<fields::MachineField<30, float>>;
+    using HorzPosError = fields::Metres<fields::MachineField<32, float>>;
+    using VertPosError = fields::Metres<fields::MachineField<34, float>>;
+    using HorzVelError = fields::MetresPerSecond<fields::MachineField<36, float>>;
+    using VertVelError = fields::MetresPerSecond<fields::MachineField<38, float>>;
+    using TimeError = fields::Seconds<fields::MachineField<40, float>>;
+    using PitchError = fields::Radians<fields::MachineField<42, float>>;
+    using RollError = fields::Radians<fields::MachineField<44, float>>;
+    using HeadingError = fields::Radians<fields::MachineField<46, float>>;
     using GpsWeek = fields::WordField<48>;
     using SolutionFlags = fields::WordField<49>;
     using ReceiverSeen = fields::BitField<50, 0, 1>;
@@ -82,21 +82,25 @@ struct AltNavPvtLayout {
     using SolutionValid = fields::BitField<0, 0, 2>;  // both bits always set
     using VelocityValid = fields::BitField<0, 2, 1>;
     using Year = fields::WordField<1>;
-    using TimeOfYear = fields::MachineField<2, double>;  // s since the start of the year, GPS
-    using Latitude = fields::MachineField<6, double>;    // rad, as is the longitude
-    using Longitude = fields::MachineField<10, double>;
-    using Altitude = fields::MachineField<14, float>;  // m
+    using TimeOfYear = fields::Seconds<fields::MachineField<2, double>>;  // of the year, GPS
+    using Latitude = fields::Radians<fields::MachineField<6, double>>;
+    using Longitude = fields::Radians<fields::MachineField<10, double>>;
+    using Altitude = fields::Metres<fields::MachineField<14, float>>;
     using LatitudeVariance = fields::MachineField<16, double>;
     using LongitudeVariance = fields::MachineField<20, double>;
     using LatitudeLongitudeCovariance = fields::MachineField<24, double>;
-    using AltitudeVariance = fields::MachineField<28, float>;
-    using EastVelocity = fields::MachineField<30, float>;  // m/s
-    using NorthVelocity = fields::MachineField<32, float>;
-    using UpVelocity = fields::MachineField<34, float>;
-    using EastVelocityVariance = fields::MachineField<36, float>;
-    using NorthVelocityVariance = fields::MachineField<38, float>;
-    using NorthEastVelocityCovariance = fields::MachineField<40, float>;
-    using UpVelocityVariance = fields::MachineField<42, float>;
+    using AltitudeVariance = fields::SquareMetres<fields::MachineField<28, float>>;
+    using EastVelocity = fields::MetresPerSecond<fields::MachineField<30, float>>;
+    using NorthVelocity = fields::MetresPerSecond<fields::MachineField<32, float>>;
+    using UpVelocity = fields::MetresPerSecond<fields::MachineField<34, float>>;
+    using EastVelocityVariance =
+        fields::SquareMetresPerSecondSquared<fields::MachineField<36, float>>;
+    using NorthVelocityVariance =
+        fields::SquareMetresPerSecondSquared<fields::MachineField<38, float>>;
+    using NorthEastVelocityCovariance =
+        fields::SquareMetresPerSecondSquared<fields::MachineField<40, float>>;
+    using UpVelocityVariance =
+        fields::SquareMetresPerSecondSquared<fields::MachineField<42, float>>;
 
     /// SolutionValid of every message that is sent.
     static constexpr std::uint16_t solutionIsValid = 3;
@@ -122,7 +126,7 @@ struct MxPartNumLayout {
     static constexpr std::uint16_t words = 112;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using GpsTime = fields::NumberField<0, OtwDECD>;  // s of the week
+    using GpsTime = fields::Seconds<fields::NumberField<0, OtwDECD>>;  // of the week
     using SystemBuild = fields::SwappedTextField<8, 14>;
     using VhdlPartNumber = fields::SwappedTextField<22, 14>;
     using BspPartNumber = fields::SwappedTextField<36, 14>;

@@ -32,11 +32,11 @@ struct PntDBitCmdMsg : fields::Record<9> {
     static constexpr std::uint16_t id = 27530;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Command = fields::ByteField<8>;
-    using CbitTimeOut = fields::WordField<5>;      // s; 0 is none
-    using SlipMode = fields::ByteBits<10, 0, 3>;   // 3 normal, 0 debug
-    using SlipStart = fields::ByteBits<12, 0, 1>;  // an ePntd_ProgStart
+    using CbitTimeOut = fields::Seconds<fields::WordField<5>>;  // 0 is none
+    using SlipMode = fields::ByteBits<10, 0, 3>;                // 3 normal, 0 debug
+    using SlipStart = fields::ByteBits<12, 0, 1>;               // an ePntd_ProgStart
 };
 
 /// The commands of message 27530.
@@ -57,7 +57,7 @@ struct CorvaneStatusMsg : fields::Record<9> {
     static constexpr std::uint16_t id = 27531;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Kind = fields::ByteField<8>;
     using Failed = fields::ByteBits<10, 0, 1>;
 
@@ -76,7 +76,7 @@ struct PntdStatusMsg : fields::Record<9> {
     static constexpr std::uint16_t id = 27532;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Kind = fields::ByteField<8>;
     using TransferUnit = fields::ByteBits<10, 0, 3>;
     using TransferPort = fields::ByteBits<10, 3, 2>;
@@ -103,7 +103,7 @@ struct PntdFaultReportMsg : fields::Record<27> {
     static constexpr std::uint16_t id = 27533;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Flags = fields::ByteField<8>;  // the six below as one
     using BitType = fields::ByteBits<8, 0, 2>;
     using FaultStatus = fields::ByteBits<8, 2, 2>;  // 0 none, 1 device fault, 3 is invalid
@@ -128,7 +128,7 @@ struct PntdLogReportMsg : fields::Record<54> {
     static constexpr std::uint16_t id = 27534;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Flags = fields::ByteField<8>;            // the two below as one
     using LowNumber = fields::ByteBits<8, 0, 3>;   // bits 1 and 2 are never both set
     using HighNumber = fields::ByteBits<8, 3, 2>;  // its bits are never both set
@@ -157,13 +157,13 @@ struct PntdBitStatusMsg : fields::Record<200> {
     static constexpr std::uint16_t id = 27535;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using SystemFailed = fields::ByteBits<8, 0, 1>;
     using PostFailed = fields::ByteBits<8, 1, 1>;
     using BbitFailed = fields::ByteBits<8, 2, 1>;
     using CbitFailed = fields::ByteBits<8, 3, 1>;
     using EntryCount = fields::ByteField<9>;
-    using Entries = fields::GroupField<5, PntdBitEntry, 195>;
+    using Entries = fields::GroupField<5, PntdBitEntry, 195, EntryCount>;
     static_assert(Entries::end == words);
 };
 
@@ -185,11 +185,11 @@ struct PntdFaultLabelsMsg : fields::Record<92> {
     static constexpr std::uint16_t id = 27536;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using LabelCount = fields::ByteField<8>;
     using MessageCount = fields::ByteBits<9, 0, 4>;
     using MessageNumber = fields::ByteBits<9, 4, 4>;
-    using Labels = fields::GroupField<5, PntdFaultLabel, 3>;
+    using Labels = fields::GroupField<5, PntdFaultLabel, 3, LabelCount>;
     static_assert(Labels::end == words);
 };
 
@@ -203,7 +203,7 @@ struct PntdIdMsg : fields::Record<44> {
     static constexpr std::uint16_t id = 27558;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using PartNumber = fields::SwappedTextField<8, 16>;
     using SerialNumber = fields::SwappedTextField<24, 16>;
     using Software = fields::SwappedTextField<40, 16>;

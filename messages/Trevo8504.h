@@ -58,8 +58,8 @@ struct Trevo8504Layout {
     static constexpr std::uint16_t words = 200;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using GpsTowSeconds = fields::NumberField<0, OtwDECD>;
-    using UtcTodSeconds = fields::NumberField<4, OtwDECD>;
+    using GpsTowSeconds = fields::Seconds<fields::NumberField<0, OtwDECD>>;
+    using UtcTodSeconds = fields::Seconds<fields::NumberField<4, OtwDECD>>;
     using Extended16 = fields::NumberField<8, OtwEFLT>;
     using Extended22 = fields::NumberField<11, OtwEFLT>;
     using Double28 = fields::NumberField<14, OtwDECD>;
@@ -70,10 +70,10 @@ struct Trevo8504Layout {
     using Float60 = fields::NumberField<30, OtwDECS>;
     using Float64 = fields::NumberField<32, OtwDECS>;
     using Float68 = fields::NumberField<34, OtwDECS>;
-    using TimeUncertainty = fields::NumberField<42, OtwDECS>;
+    using TimeUncertainty = fields::Seconds<fields::NumberField<42, OtwDECS>>;
     using Year = fields::WordField<44>;
     using MonthDay = fields::WordField<45>;
-    using DayOfYear = fields::WordField<46>;
+    using DayOfYear = fields::Days<fields::WordField<46>>;
     using Word94 = fields::WordField<47>;
     using Status96 = fields::ByteField<96>;  // whole; its bits below
     using EngineState = fields::ByteBits<96, 0, 4>;

@@ -53,7 +53,7 @@ struct TrevoCommandLayout {
     static constexpr std::uint16_t words = 31;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using GpsTime = fields::NumberField<0, OtwDECD>;  // seconds of the week
+    using GpsTime = fields::Seconds<fields::NumberField<0, OtwDECD>>;  // of the week
     using Command = fields::WordField<4>;
     using MistKey = fields::WordField<5>;
     using MistMode = fields::WordField<6>;

@@ -53,7 +53,7 @@ struct Trevo5040Layout {
     static constexpr std::uint16_t words = 88;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Words18 = fields::WordsField<18, 7>;
     using Word25 = fields::WordField<25>;
     using Nibble33 = fields::BitField<33, 0, 4>;
@@ -107,7 +107,7 @@ struct Trevo5044Layout {
     static constexpr std::uint16_t words = 21;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using StatusId = fields::WordField<4>;
     using Text = fields::SwappedTextField<10, 32>;
 };
@@ -141,7 +141,7 @@ struct Trevo8040Layout {
     static constexpr std::uint16_t words = 25;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using Time = fields::NumberField<0, OtwDECD>;
+    using Time = fields::Seconds<fields::NumberField<0, OtwDECD>>;
     using Words4 = fields::WordsField<4, 21>;  // those below among them
     using ReceiverStatus = fields::WordField<5>;
     using ReceiverStatus2 = fields::WordField<9>;
@@ -170,7 +170,7 @@ struct Trevo9391Layout {
     static constexpr std::uint16_t words = 84;
     static constexpr std::uint16_t flagWord = FLAG_LINK_READY | FLAG_ACK_REQUEST;
 
-    using Time = fields::MachineField<0, float>;  // seconds of the week
+    using Time = fields::Seconds<fields::MachineField<0, float>>;  // of the week
     using Words2 = fields::MachineField<2, std::uint32_t>;
     using Word12 = fields::WordField<12>;
 };

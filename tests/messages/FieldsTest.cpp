@@ -74,7 +74,7 @@ TEST(Fields, ARecordHasItsDataWordsAloneAndStartsAtZero) {
 }
 
 TEST(Fields, AGroupOfARepeatedOneIsReadAndWrittenByItsIndex) {
-    using Pairs = fields::GroupField<1, Pair, 2>;
+    using Pairs = fields::GroupField<1, Pair, 2, fields::WordField<0>>;
     static_assert(Pairs::end == 3);
     fields::Frame<4> frame;
     frame.fill(0xEEEE);

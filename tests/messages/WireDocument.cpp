@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <regex.h>
 #include <sstream>
 
@@ -71,11 +72,12 @@ std::vector<std::string> findMatch(std::string const& text, char const* pattern)
     return found;
 }
 
-std::optional<FieldPlace> placeOf(std::string const& offset, std::string const& type) {
+std::optional<FieldPlace> placeOf(std::string const& offset, std::string const& type,
+                                  std::string const& unit) {
     if (findMatch(offset, "^[0-9]{1,4}$").empty()) {
         return std::nullopt;
     }
-    FieldPlace place{8 * std::stoul(offset), 0, type};
+    FieldPlace place{8 * std::stoul(offset), 0, type, unit};
     auto const bit = findMatch(type, "^bit ([0-9]{1,2})$");
     auto const bits = findMatch(type, "^bits ([0-9]{1,2})-([0-9]{1,2})$");
     auto const row = findMatch(type, "^([0-9]{1,4}) (words|bytes|characters|swapped characters)$");
@@ -111,7 +113,7 @@ bool addFields(LayoutFields& fields, std::vector<std::string> const& cells) {
         return false;
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
-        auto const place = placeOf(offsets[i], cells[1]);
+        auto const place = placeOf(offsets[i], cells[1], cells.size() > 4 ? cells[4] : "");
         auto const name = quotedName(names[i]);
         if (!place || name.empty() || !fields.emplace(name, *place).second) {
             return false;
@@ -120,19 +122,29 @@ bool addFields(LayoutFields& fields, std::vector<std::string> const& cells) {
     return true;
 }
 
-/// One line of the table of messages: identifier, class, words, flag word. A word count and a
-/// flag word may have words behind them.
-bool addHeads(std::map<unsigned, MessageHead>& heads, std::vector<std::string> const& cells) {
+/// One line of the table of messages: identifiers, class, words, flag word, direction, place,
+/// functions. A word count may have words before it, a flag word behind it.
+bool addMessages(std::map<unsigned, MessageRow>& messages, std::vector<std::string> const& cells) {
     auto const words = findMatch(cells[2], "[0-9]{1,4}");
     auto const flagWord = findMatch(cells[3], "0x[0-9A-F]{4}");
     if (words.empty() || flagWord.empty()) {
         return false;
     }
-    MessageHead const head{static_cast<unsigned>(std::stoul(words[0])),
-                           static_cast<unsigned>(std::stoul(flagWord[0], nullptr, 16))};
+    MessageRow row{static_cast<unsigned>(std::stoul(words[0])),
+                   static_cast<unsigned>(std::stoul(flagWord[0], nullptr, 16)),
+                   cells[4],
+                   {}};
+    for (auto const& function : splitAt(cells[6], ',')) {
+        if (quotedName(function).empty()) {
+            return false;
+        }
+        row.functions.push_back(quotedName(function));
+    }
     for (auto const& id : splitAt(cells[0], ',')) {
         if (!findMatch(id, "^[0-9]{1,5}$").empty()) {
-            heads.emplace(static_cast<unsigned>(std::stoul(id)), head);
+            if (!messages.emplace(static_cast<unsigned>(std::stoul(id)), row).second) {
+                return false;
+            }
         } else if (id != "any") {
             return false;
         }
@@ -140,15 +152,28 @@ bool addHeads(std::map<unsigned, MessageHead>& heads, std::vector<std::string> c
     return true;
 }
 
+/// "### 27552 and 27553, frame to and from one virtual unit"
+void addHeading(std::map<unsigned, std::string>& headings, std::string const& line) {
+    auto const heading = findMatch(line, "^### ([0-9]{1,5})( and [0-9]{1,5})?, (.*)$");
+    if (heading.empty()) {
+        return;
+    }
+    headings[static_cast<unsigned>(std::stoul(heading[1]))] = heading.back();
+    if (heading.size() == 4) {
+        headings[static_cast<unsigned>(std::stoul(heading[2].substr(5)))] = heading.back();
+    }
+}
+
 }  // namespace
 
 std::string toText(FieldPlace const& place) {
     return place.type + " of " + std::to_string(place.bits) + " bits from bit " +
-           std::to_string(place.firstBit % 8) + " of byte " + std::to_string(place.firstBit / 8);
+           std::to_string(place.firstBit % 8) + " of byte " + std::to_string(place.firstBit / 8) +
+           (place.unit.empty() ? "" : " in " + place.unit);
 }
 
 WireDocument::WireDocument(std::string const& markdown) {
-    enum class Table { none, fields, messages } table = Table::none;
+    enum class Table { none, ofFields, ofMessages } table = Table::none;
     std::string layout;
     bool underHeading = false;
     std::istringstream in(markdown);
@@ -156,21 +181,23 @@ WireDocument::WireDocument(std::string const& markdown) {
         auto const cells = cellsOf(line);
         if (cells.empty()) {
             table = Table::none;
+            addHeading(headings, line);
             continue;
         }
         if (cells.size() >= 4 && cells[0] == "Offset" && cells[1] == "Type" &&
             !quotedName(cells[2]).empty()) {
-            table = Table::fields;
+            table = Table::ofFields;
             layout = quotedName(cells[2]);
             underHeading = true;
-        } else if (cells.size() >= 4 && cells[0] == "Id" && cells[3] == "Flag word") {
-            table = Table::messages;
+        } else if (cells.size() >= 7 && cells[0] == "Id" && cells[3] == "Flag word") {
+            table = Table::ofMessages;
             underHeading = true;
         } else if (underHeading) {
             underHeading = false;  // the line of dashes
-        } else if ((table == Table::fields &&
+        } else if ((table == Table::ofFields &&
                     (cells.size() < 3 || !addFields(layouts[layout], cells))) ||
-                   (table == Table::messages && (cells.size() < 4 || !addHeads(heads, cells)))) {
+                   (table == Table::ofMessages &&
+                    (cells.size() < 7 || !addMessages(messages, cells)))) {
             errors.push_back(line);
         }
     }

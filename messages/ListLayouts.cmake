@@ -8,6 +8,8 @@
 
 set(includes "")
 set(rows "")
+set(listed "")
+set(end "")
 string(REPLACE "," ";" headers "${HEADERS}")
 foreach(header IN LISTS headers)
     file(READ "${ROOT}/${header}" text)
@@ -24,12 +26,18 @@ foreach(header IN LISTS headers)
             set(space "${CMAKE_MATCH_1}::")
         elseif(token MATCHES "struct ([A-Za-z0-9_]+)")
             set(layout "${CMAKE_MATCH_1}")
+            set(name "${space}${layout}")
         elseif(token MATCHES "class ")
             set(layout "")
         elseif(layout AND token MATCHES "using ([A-Za-z0-9_]+)")
-            set(name "${space}${layout}")
+            if(NOT name STREQUAL listed)
+                string(APPEND rows
+                    "${end}        makeDeclaredLayout<${name}>(\"${layout}\", {\n")
+                set(end "        }),\n")
+                set(listed "${name}")
+            endif()
             string(APPEND rows
-                "    declaredField<${name}, ${name}::${CMAKE_MATCH_1}>(\"${layout}\", \"${CMAKE_MATCH_1}\"),\n")
+                "            makeDeclaredField<${name}, ${name}::${CMAKE_MATCH_1}>(\"${CMAKE_MATCH_1}\"),\n")
             set(found TRUE)
         endif()
     endforeach()
@@ -39,6 +47,8 @@ foreach(header IN LISTS headers)
 endforeach()
 
 file(WRITE "${OUTPUT}"
-    "${includes}#include \"tests/messages/WireDocument.h\"\n\n"
-    "// Written by tests/messages/ListLayouts.cmake\n"
-    "std::vector<DeclaredField> declaredFields() {\n    return {\n${rows}    };\n}\n")
+    "${includes}#include \"messages/DeclaredLayouts.h\"\n\n"
+    "// Written by messages/ListLayouts.cmake\n"
+    "std::vector<DeclaredLayout> const& declaredLayouts() {\n"
+    "    static std::vector<DeclaredLayout> const layouts{\n${rows}${end}    };\n"
+    "    return layouts;\n}\n")
