@@ -51,6 +51,10 @@ public:
     /// consumed by then, all bytes are kept, and the next call goes on behind it.
     void LoadBytes(const unsigned char* bytes, unsigned short count);
 
+    /// Bytes that were loaded and are not consumed. While a handler is called, what it is told of
+    /// has just been consumed: a frame as a whole, of what has a bad checksum the FF 81.
+    std::size_t pending() const { return bytes_.size(); }
+
     /// Forgets all bytes. Handler, context and debug stay.
     void reset();
 

@@ -1,11 +1,13 @@
-// The manual page and the completion that are installed beside zephonctl.
+// The manual pages and the completions that are installed beside the programs for users.
 
 #include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <iterator>
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -22,7 +24,6 @@ using testing::IsSupersetOf;
 using testing::UnorderedElementsAre;
 
 const std::string folder = ZEPHON_TOOLS_FOLDER;
-const std::string page = folder + "/zephonctl.1";
 
 std::string contentOf(std::string const& path) {
     std::ifstream file(path);
@@ -57,22 +58,45 @@ std::set<std::string> optionsIn(std::string const& text) {
     return options;
 }
 
-std::string help() {
+/// A program and the ways to call it.
+struct Tool {
+    std::string name;
+    std::vector<std::vector<std::string>> calls;
+
+    std::string page() const { return folder + "/" + name + ".1"; }
+};
+
+std::string help(Tool const& tool) {
     std::string text;
-    for (char const* const subcommand : {"send", "verbs", "watch"}) {
-        const ChildProcess program(bench::programFolder() / "zephonctl",
-                                   {{subcommand, "--help"}, {}, {}});
+    for (auto arguments : tool.calls) {
+        arguments.emplace_back("--help");
+        const ChildProcess program(bench::programFolder() / tool.name,
+                                   {std::move(arguments), {}, {}});
         text += run(program).standardOutput();
     }
     return text;
 }
 
-TEST(ManualPage, UsesKnownRequestsOnly) {
+Tool const zephonctlTool{"zephonctl", {{"send"}, {"verbs"}, {"watch"}}};
+Tool const gssipDumpTool{"gssip-dump", {{}}};
+
+class ManualPage : public testing::TestWithParam<Tool> {};
+
+INSTANTIATE_TEST_SUITE_P(Tools, ManualPage, testing::Values(zephonctlTool, gssipDumpTool),
+                         [](auto const& tool) {
+                             std::string name = tool.param.name;
+                             name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
+                             return name;
+                         });
+
+TEST_P(ManualPage, UsesKnownRequestsOnly) {
     const std::set<std::string> known{".TH", ".SH", ".PP", ".TP", ".B",  ".I", ".IR",
                                       ".BR", ".RB", ".RI", ".br", ".EX", ".EE"};
-    const auto lines = linesOf(contentOf(page));
+    const auto lines = linesOf(contentOf(GetParam().page()));
     ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(0U, lines.front().find(".TH ZEPHONCTL 1 "));
+    std::string title = GetParam().name;
+    std::transform(title.begin(), title.end(), title.begin(), ::toupper);
+    EXPECT_EQ(0U, lines.front().find(".TH " + title + " 1 "));
     for (auto const& line : lines) {
         EXPECT_FALSE(line.empty()) << "an empty line is no request";
         if (line.substr(0, 1) == ".") {
@@ -82,9 +106,9 @@ TEST(ManualPage, UsesKnownRequestsOnly) {
     }
 }
 
-TEST(ManualPage, HasTheSectionsOfAManualPage) {
+TEST_P(ManualPage, HasTheSectionsOfAManualPage) {
     std::vector<std::string> sections;
-    for (auto const& line : linesOf(contentOf(page))) {
+    for (auto const& line : linesOf(contentOf(GetParam().page()))) {
         if (line.substr(0, 4) == ".SH ") {
             sections.push_back(line.substr(4));
         }
@@ -93,28 +117,33 @@ TEST(ManualPage, HasTheSectionsOfAManualPage) {
                                                "EXIT STATUS", "ENVIRONMENT", "NOTES", "EXAMPLES"));
 }
 
-TEST(ManualPage, TellsTheOptionsThatTheProgramHas) {
-    std::string text = contentOf(page);
+TEST_P(ManualPage, TellsTheOptionsThatTheProgramHas) {
+    std::string text = contentOf(GetParam().page());
     text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
-    EXPECT_EQ(optionsIn(help()), optionsIn(text));
+    EXPECT_EQ(optionsIn(help(GetParam())), optionsIn(text));
 }
 
-TEST(ManualPage, IsFormattedWithoutAWarning) {
-    const ChildProcess formatter("/usr/bin/groff", {{"-man", "-ww", "-z", "-Tutf8", page}, {}, {}});
+TEST_P(ManualPage, IsFormattedWithoutAWarning) {
+    const ChildProcess formatter("/usr/bin/groff",
+                                 {{"-man", "-ww", "-z", "-Tutf8", GetParam().page()}, {}, {}});
     EXPECT_THAT(run(formatter).standardError(), IsEmpty());
 }
 
 class Completion : public testing::Test {
 protected:
     /// What bash would offer for the last of these words.
-    static std::vector<std::string> completionsOf(std::vector<std::string> const& words) {
-        const std::string program = (bench::programFolder() / "zephonctl").string();
-        std::string script = "set -u; source " + folder + "/zephonctl.bash; COMP_WORDS=(" + program;
+    static std::vector<std::string> completionsOf(std::vector<std::string> const& words,
+                                                  Tool const& tool = zephonctlTool) {
+        const std::string program = (bench::programFolder() / tool.name).string();
+        std::string function = "_" + tool.name;
+        std::replace(function.begin(), function.end(), '-', '_');
+        std::string script =
+            "set -u; source " + folder + "/" + tool.name + ".bash; COMP_WORDS=(" + program;
         for (auto const& word : words) {
             script += " '" + word + "'";
         }
-        script += "); COMP_CWORD=" + std::to_string(words.size()) +
-                  "; _zephonctl; printf '%s\\n' \"${COMPREPLY[@]}\"";
+        script += "); COMP_CWORD=" + std::to_string(words.size()) + "; " + function +
+                  "; printf '%s\\n' \"${COMPREPLY[@]}\"";
         const ChildProcess bash("/bin/bash", {{"-c", script}, {}, {}});
         std::vector<std::string> offered = linesOf(run(bash).standardOutput());
         EXPECT_THAT(bash.standardError(), IsEmpty());
@@ -146,14 +175,28 @@ TEST_F(Completion, OffersTheOptionsThatTheProgramHas) {
             offered.push_back(option);
         }
     }
-    EXPECT_EQ(optionsIn(help()), std::set<std::string>(offered.begin(), offered.end()));
+    EXPECT_EQ(optionsIn(help(zephonctlTool)),
+              std::set<std::string>(offered.begin(), offered.end()));
+    offered = completionsOf({"--"}, gssipDumpTool);
+    EXPECT_EQ(optionsIn(help(gssipDumpTool)),
+              std::set<std::string>(offered.begin(), offered.end()));
 }
 
 TEST_F(Completion, OffersTopicsFilesAndSenders) {
     EXPECT_THAT(completionsOf({"watch", ""}), IsSupersetOf({"events", "responses", "all"}));
     EXPECT_THAT(completionsOf({"send", "--as", ""}), UnorderedElementsAre("hmi"));
+    const std::string page = zephonctlTool.page();
     EXPECT_THAT(completionsOf({"send", "--config", page}), UnorderedElementsAre(page));
+    EXPECT_THAT(completionsOf({page}, gssipDumpTool), UnorderedElementsAre(page));
+    EXPECT_THAT(completionsOf({"--device", page}, gssipDumpTool), UnorderedElementsAre(page));
     EXPECT_THAT(completionsOf({"send", "--timeout", ""}), IsEmpty());
+}
+
+TEST_F(Completion, OffersValuesOfOptions) {
+    EXPECT_THAT(completionsOf({"--color", ""}, gssipDumpTool),
+                UnorderedElementsAre("auto", "always", "never"));
+    EXPECT_THAT(completionsOf({"--parity", "o"}, gssipDumpTool), UnorderedElementsAre("odd"));
+    EXPECT_THAT(completionsOf({"-b", "1"}, gssipDumpTool), UnorderedElementsAre("19200", "115200"));
 }
 
 }  // namespace
