@@ -34,6 +34,8 @@ const char* nameOf(TopicPeer::Role role) {
             return "EventLogger";
         case TopicPeer::Role::HumanInterface:
             return "HumanInterface";
+        case TopicPeer::Role::BitServer:
+            return "BitServer";
         case TopicPeer::Role::All:
             return "AllPeers";
     }
@@ -56,6 +58,7 @@ Topics topicsOf(TopicPeer::Role role) {
     constexpr std::string_view fault = MaintenanceRecord::topic;
     constexpr std::string_view command = CommandRecord::topic;
     constexpr std::string_view response = ResponseRecord::topic;
+    constexpr std::string_view bit = BitRecord::topic;
     switch (role) {
         case TopicPeer::Role::ClockDevice:
             return {{utc}, {utc}, {}};
@@ -69,8 +72,10 @@ Topics topicsOf(TopicPeer::Role role) {
             return {{event}, {}, {event, fault}};
         case TopicPeer::Role::HumanInterface:
             return {{command, response}, {}, {command, response}};
+        case TopicPeer::Role::BitServer:
+            return {{bit}, {}, {}};
         case TopicPeer::Role::All:
-            return {{utc, pnt, gpsTime, position, event, command, response},
+            return {{utc, pnt, gpsTime, position, event, command, response, bit},
                     {utc, pnt},
                     {event, fault, command, response}};
     }
@@ -231,6 +236,10 @@ bool TopicPeer::publish(const CommandRecord& record) {
 }
 
 bool TopicPeer::publish(const ResponseRecord& record) {
+    return process_->request(publishRequest(record));
+}
+
+bool TopicPeer::publish(const BitRecord& record) {
     return process_->request(publishRequest(record));
 }
 

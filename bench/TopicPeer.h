@@ -26,11 +26,12 @@ struct Publication {
 };
 
 /// A neighbour of the server on the topics, in a process of its own: the clock device, the fusion
-/// navigator, the alternate navigation device, the event logger, the human interface, or several in
-/// one. The navigator can tell UTCTime and GPSTime beside its solution. The event logger reads
-/// EventLog and MaintenanceEvent, what was kept for late readers too, and can publish lines of its
-/// own, which it does not hear; the human interface does the same with Command and Response. All
-/// operations may be called from any thread.
+/// navigator, the alternate navigation device, the event logger, the human interface, the BIT
+/// server, or several in one. The navigator can tell UTCTime and GPSTime beside its solution. The
+/// event logger reads EventLog and MaintenanceEvent, what was kept for late readers too, and can
+/// publish lines of its own, which it does not hear; the human interface does the same with Command
+/// and Response. The BIT server tells the computer's health. All operations may be called from any
+/// thread.
 class TopicPeer {
 public:
     using Duration = std::chrono::milliseconds;
@@ -41,6 +42,7 @@ public:
         AltNavUnit,
         EventLogger,
         HumanInterface,
+        BitServer,
         All
     };
 
@@ -87,6 +89,7 @@ public:
     bool publish(const EventRecord& record);
     bool publish(const CommandRecord& record);
     bool publish(const ResponseRecord& record);
+    bool publish(const BitRecord& record);
 
     /// A row of records: `count` (0 for no end) instants, `rate` a second. The clock device
     /// publishes UTCTime, the navigator MeridanePNT, the alternate navigation device a pair that

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
+#include <type_traits>
 #include <variant>
 
 namespace bench {
@@ -138,20 +139,21 @@ constexpr std::array<Field<CommandFields, std::string>, 12> commandFields{{
     {"text", &CommandFields::text},
 }};
 
+constexpr std::array<Field<BitRecord, double>, 6> bitFields{{
+    {"seq", &RecordHeader::sequence},
+    {"tag_sec", &RecordHeader::tagSeconds},
+    {"tag_nsec", &RecordHeader::tagNanoseconds},
+    {"source", &RecordHeader::source},
+    {"kind", &BitRecord::kind},
+    {"passed", &BitRecord::passed},
+}};
+
 template <class Record>
-std::int64_t& at(Record& record, std::int64_t RecordHeader::*member) {
+auto& at(Record& record, std::int64_t RecordHeader::*member) {
     return record.header.*member;
 }
-template <class Record>
-std::int64_t& at(Record& record, std::int64_t Record::*member) {
-    return record.*member;
-}
-template <class Record>
-double& at(Record& record, double Record::*member) {
-    return record.*member;
-}
-template <class Record>
-std::string& at(Record& record, std::string Record::*member) {
+template <class Record, class Value>
+auto& at(Record& record, Value std::remove_const_t<Record>::*member) {
     return record.*member;
 }
 
@@ -203,7 +205,7 @@ bool parse(const std::string& text, double& value) {
 }
 
 template <class Record, class Value, std::size_t N>
-std::string write(Record record, const std::array<Field<Record, Value>, N>& fields) {
+std::string write(const Record& record, const std::array<Field<Record, Value>, N>& fields) {
     std::string text;
     for (const auto& field : fields) {
         text += (text.empty() ? "" : " ") + std::string(field.name) + "=";
@@ -271,6 +273,9 @@ std::string toText(const MaintenanceRecord& record) {
 std::string toText(const CommandFields& record) {
     return write(record, commandFields);
 }
+std::string toText(const BitRecord& record) {
+    return write(record, bitFields);
+}
 bool fromText(std::string_view text, UtcRecord& record) {
     return read(text, record, utcFields);
 }
@@ -291,6 +296,9 @@ bool fromText(std::string_view text, MaintenanceRecord& record) {
 }
 bool fromText(std::string_view text, CommandFields& record) {
     return read(text, record, commandFields);
+}
+bool fromText(std::string_view text, BitRecord& record) {
+    return read(text, record, bitFields);
 }
 
 }  // namespace bench

@@ -135,6 +135,20 @@ struct MaintenanceRecord {
     std::string description;
 };
 
+/// The health of the computer: what of the record BitReport the server looks at.
+struct BitRecord {
+    static constexpr std::string_view topic = "BitReport";
+    static constexpr std::int64_t statusWanted = 0;  ///< kinds: ask the unit for its status too
+    static constexpr std::int64_t resultOfTest = 1;  ///< of a commanded test, for the unit's eyes
+    static constexpr std::int64_t healthOnly = 2;
+
+    static constexpr std::int64_t systemController = 53;
+
+    RecordHeader header{0, 0, 0, systemController};
+    std::int64_t kind = statusWanted;  ///< low byte of the device id
+    std::int64_t passed = 1;           ///< "bit_rollup": 0 when something has failed
+};
+
 /// A command between servers, or the answer to one: the record CommandResponse, which travels on
 /// two topics.
 struct CommandFields {
@@ -168,6 +182,7 @@ std::string toText(const PositionVelocityRecord& record);
 std::string toText(const EventRecord& record);
 std::string toText(const MaintenanceRecord& record);
 std::string toText(const CommandFields& record);
+std::string toText(const BitRecord& record);
 
 /// Sets the fields that the text names; the others stay. False when a word is no `field=value` of
 /// the record or a value is no number.
@@ -178,6 +193,7 @@ bool fromText(std::string_view text, PositionVelocityRecord& record);
 bool fromText(std::string_view text, EventRecord& record);
 bool fromText(std::string_view text, MaintenanceRecord& record);
 bool fromText(std::string_view text, CommandFields& record);
+bool fromText(std::string_view text, BitRecord& record);
 
 /// A text as it stands behind `field=`.
 std::string encodeText(std::string_view text);
