@@ -45,11 +45,14 @@ Bench::Bench() : Bench(Options{}) {}
 
 Bench::Bench(Options options)
     : options_(std::move(options)),
+      slipTools_(folder_.path()),
       devices_(folder_.path() / "dev"),
       virtualUnits_(
           {[this](const UnitFrame& frame) { unit(1).send(frame); },
            [this](const UnitFrame& frame, Duration delay) { unit(1).sendLater(frame, delay); }},
-          options_.virtualUnits) {
+          options_.virtualUnits),
+      pntDevice_(
+          [this](const UnitFrame& frame, Duration delay) { unit(3).sendLater(frame, delay); }) {
     // Whoever had the domain before may have been killed.
     removeDomainPorts(static_cast<int>(domain_.id()));
     options_.settings = complete(options_.settings, domain_);
@@ -59,13 +62,19 @@ Bench::Bench(Options options)
     }
     fpga_ = std::make_unique<FpgaModel>(devices_.memoryPath(), configuration_.memoryRegions(),
                                         options_.fpga);
-    options_.units.front().observer =
-        [this, other = options_.units.front().observer](const LoggedFrame& frame) {
-            if (other) {
-                other(frame);
+    // What stands behind the units hears after those who were given.
+    const auto hearing = [](const auto& first, const auto& second) {
+        return [first, second](const LoggedFrame& frame) {
+            if (first) {
+                first(frame);
             }
-            virtualUnits_.take(frame);
+            second(frame);
         };
+    };
+    auto& mainUnit = options_.units.front().observer;
+    mainUnit = hearing(mainUnit, [this](const LoggedFrame& frame) { virtualUnits_.take(frame); });
+    auto& pntPort = options_.units.back().observer;
+    pntPort = hearing(pntPort, [this](const LoggedFrame& frame) { pntDevice_.take(frame); });
     for (unsigned link = 1; link <= links; ++link) {
         const unsigned channel = options_.settings.channels.at(link - 1);
         options_.units.at(link - 1).sending = [this, channel] { fpga_->uartDataArrived(channel); };
@@ -92,6 +101,7 @@ void Bench::start() {
     ChildProcess::Options child;
     child.arguments = {configuration_.write(folder_.path()).string()};
     child.environment = options_.environment;
+    child.environment.emplace("PATH", slipTools_.path());
     child.environment[DeviceRoot::environmentVariable] = devices_.path().string();
     child.lineHandler = options_.serverLine;
     server_ = std::make_unique<ChildProcess>(options_.server, std::move(child));

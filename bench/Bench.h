@@ -13,7 +13,9 @@
 #include "bench/DeviceRoot.h"
 #include "bench/DomainLock.h"
 #include "bench/ExampleConfiguration.h"
+#include "bench/FakeSlipTools.h"
 #include "bench/FpgaModel.h"
+#include "bench/PntDevice.h"
 #include "bench/QueuePeer.h"
 #include "bench/TemporaryFolder.h"
 #include "bench/TopicPeer.h"
@@ -45,8 +47,9 @@ public:
         ExampleConfiguration::Settings settings;  ///< domain, and port unless given, are set here
         std::array<UnitModel::Options, links> units;  ///< `sending` is set here
         VirtualUnits::Options virtualUnits;
-        FpgaModel::Options fpga;                         ///< `uarts` grows to cover the links
-        std::map<std::string, std::string> environment;  ///< added to the server's
+        FpgaModel::Options fpga;  ///< `uarts` grows to cover the links
+        std::map<std::string, std::string>
+            environment;  ///< added to the server's; PATH is set here
         std::function<bool(const std::string& line)> serverLine;  ///< ChildProcess::lineHandler
     };
 
@@ -67,6 +70,9 @@ public:
     /// it.
     VirtualUnits& virtualUnits() { return virtualUnits_; }
 
+    /// The PNT device of the unit on link 3.
+    PntDevice& pntDevice() { return pntDevice_; }
+
     /// The registers, in the regions that the example configuration names. What a unit sends moves
     /// the stamp of the UART whose number is its link's channel.
     FpgaModel& fpga() { return *fpga_; }
@@ -75,6 +81,10 @@ public:
     const DeviceRoot& devices() const { return devices_; }
     const DomainLock& domain() const { return domain_; }
     TemporaryFolder& folder() { return folder_; }
+
+    /// What the server's commands for the SLIP channel run: no server here touches the machine's
+    /// own interfaces.
+    const FakeSlipTools& slipTools() const { return slipTools_; }
 
     /// Puts a new line on a link after UnitModel::hangUp(), where the next open finds it.
     void reconnect(unsigned link);
@@ -107,10 +117,12 @@ private:
     Options options_;
     DomainLock domain_;
     TemporaryFolder folder_;
+    FakeSlipTools slipTools_;
     DeviceRoot devices_;
     ExampleConfiguration configuration_;
     std::unique_ptr<FpgaModel> fpga_;  // outlives the units, which stamp their bytes there
     VirtualUnits virtualUnits_;        // outlives the first unit, which hands it its frames
+    PntDevice pntDevice_;              // and this one the third
     std::array<std::unique_ptr<UnitModel>, links> units_;
     std::unique_ptr<ChildProcess> server_;
 };

@@ -93,6 +93,19 @@ TEST_F(BenchTest, GivesTheServerItsFileAndItsDevices) {
     EXPECT_NE(output.find("<PARAM_5>77</PARAM_5>"), std::string::npos);
 }
 
+TEST_F(BenchTest, TheServersCommandsForTheSlipChannelTouchNoInterface) {
+    prepare("slattach -s 115200 & ifconfig sl0 up; echo \"status $?\"; wait");
+    bench->start();
+    EXPECT_TRUE(bench->slipTools().waitForCall("slattach -s 115200", deadline));
+    EXPECT_TRUE(bench->slipTools().waitForCall("ifconfig sl0 up", deadline));
+    ASSERT_TRUE(bench->server().wait(deadline));
+    EXPECT_EQ(bench->server().standardOutput(), "status 0\n");
+    bench->slipTools().failIfconfig();
+    bench->start();
+    ASSERT_TRUE(bench->server().wait(deadline));
+    EXPECT_EQ(bench->server().standardOutput(), "status 1\n");
+}
+
 TEST_F(BenchTest, EachLinkEndsAtItsUnit) {
     prepare("for n in 1 2 3; do printf \"$n$n\" >\"$ZEPHON_DEVICE_ROOT/ttyS$n\"; done");
     bench->start();
