@@ -1,5 +1,6 @@
 #include "bench/DemoDisplay.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -40,6 +41,14 @@ std::string placeText(const SolutionFrame& solution) {
 }
 
 }  // namespace
+
+std::string printable(const std::string& text) {
+    constexpr std::size_t longest = 240;
+    std::string result = text.substr(0, longest);
+    std::replace_if(
+        result.begin(), result.end(), [](char c) { return c < ' ' || c > '~'; }, '.');
+    return text.size() > longest ? result + "..." : result;
+}
 
 std::string framesById(const UnitModel::Statistics& statistics) {
     std::string text;

@@ -173,6 +173,8 @@ std::string summary(ScenarioRunner& runner, ScenarioRunner::Result result) {
     for (const std::string& defect : runner.defects()) {
         row("!", defect);
     }
+    const std::string table = chapterTable(runner.chapters());
+    text += (table.empty() ? "" : "\n") + table;
     switch (result) {
         case ScenarioRunner::Result::Done:
             return text + "\nAll went well.\n";

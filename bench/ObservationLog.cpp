@@ -41,6 +41,13 @@ ObservationLog::Outcome ObservationLog::pause(Clock::time_point until) {
                                                                              : Outcome::TimedOut;
 }
 
+void ObservationLog::forget() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (auto& [source, seen] : bySource_) {
+        seen.clear();  // in its place: a take() may wait there
+    }
+}
+
 void ObservationLog::interrupt() {
     const std::lock_guard<std::mutex> lock(mutex_);
     interrupted_ = true;

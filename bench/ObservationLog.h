@@ -41,6 +41,9 @@ public:
     /// Waits for nothing: TimedOut once it is that time.
     Outcome pause(Clock::time_point until);
 
+    /// Drops all that was not taken.
+    void forget();
+
     /// Ends this wait and all later ones, until resume().
     void interrupt();
     void resume();

@@ -19,9 +19,9 @@ const char* const scenarioGrammar = R"(A scenario is a row of steps, one a line:
   start server                   stop server: SIGTERM, and it must leave in order
   signal NAME                    to the server, such as SIGKILL
   publish TOPIC [FIELD=VALUE..]  UTCTime, MeridanePNT, PositionVelocity, GPSTime, EventLog,
-                                 Command or Response, simulated for this instant; GPSTime, unless
-                                 source=96, for the second after, as it belongs to the
-                                 PositionVelocity
+                                 Command, Response or BitReport, simulated for this instant;
+                                 GPSTime, unless source=96, for the second after, as it belongs to
+                                 the PositionVelocity
   stream RATE [for TIME]         pairs of UTCTime and MeridanePNT a second, in the background;
                                  without "for", or for 0s, until it is stopped
   stop stream                    wait stream: until its time is over, or Ctrl-C
@@ -30,14 +30,30 @@ const char* const scenarioGrammar = R"(A scenario is a row of steps, one a line:
   inject QUEUE CONTENT           into TREVO_MX, HALVOR_MX or DT_OUT
   hangup LINK                    reconnect LINK
   set INTERFACE OFFSET BITS VALUE  a register of the FPGA, 8, 16, 32 or 64 bits wide
-  expect [no] WHAT [within TIME] fails the run when it does not come (10s) or, with "no", comes
+  pntd DEVICE                    how the PNT device on link3 stands and answers, or what it sends
+  expect [no] WHAT [within TIME] [as TEXT]
+                                 fails the run when it does not come (10s) or, with "no", comes;
+                                 a TEXT gives it a row in the table of the chapters
+  forget                         what came so far satisfies no expectation any more
+  chapter TEXT                   a part of the run; the result ends with a table of them
   variable NAME VALUE            what ${NAME} stands for; --set NAME=VALUE replaces it
 
-  CONTENT  frame ID [flags=F] [WORD..]  or  bytes HEX..
+  CONTENT  frame ID [flags=F] [WORD..]  or  bytes HEX..  or  status ID [TEXT] (message 5044)
   WHAT     running | exit STATUS|SIGNAL | solutions | register INTERFACE OFFSET BITS VALUE
            LINK|VIRTUAL|QUEUE frame ID [flags=F] [WORD..]   (queues PNTD_MX and DT_IN)
            EventLog TEXT | MaintenanceEvent TEXT | Command TEXT | Response TEXT
            line TEXT   (all hold the text)
+  DEVICE   on | off                         whether it answers; at first it does not
+           fault TYPE TEST HOW | well       a failed test (TYPE post, bbit, cbit; HOW intermittent,
+                                            hard), or none any more
+           label TYPE TEST TEXT             what a test is called; told when the server starts
+           ids HARDWARE SERIAL SOFTWARE FIRMWARE OS
+           zeroize pass|fail|silent         how it answers one; slip open|closed|silent
+           send status|labels|ids           unasked, as it stands
+           send log TEXT                    a log report
+           send report TYPE TEST TEXT       a fault report of a failed test, TEXT its category
+           send sanitize pass|fail          send slip open|closed
+           send transfer UNIT PORT running|failed|passed
   TIME     such as 500ms, 2.5s, 1min
   "..." holds blanks and, as \" and \\, quotes and backslashes; # begins a comment
 )";
@@ -49,15 +65,6 @@ using scenario::refuse;
 using scenario::Words;
 
 constexpr std::size_t longestFile = 1'000'000;
-
-std::string join(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += text.empty() ? "" : " ";
-        text += word.find(' ') == std::string::npos ? word : "\"" + word + "\"";
-    }
-    return text;
-}
 
 /// Reads a text line by line.
 class Reader {
@@ -79,7 +86,7 @@ public:
         }
         Step step;
         step.line = lineNumber;
-        step.text = join(all);
+        step.text = scenario::join(all);
         Words words(std::move(all));
         if (words.takeIf("variable")) {
             takeVariable(words);
@@ -197,6 +204,11 @@ bool Scenario::publishesAltNavigation() const {
     return std::any_of(steps.begin(), steps.end(), [](const Step& step) {
         return publishes(step, {PositionVelocityRecord::topic, GpsTimeRecord::topic});
     });
+}
+
+bool Scenario::publishesBitReports() const {
+    return std::any_of(steps.begin(), steps.end(),
+                       [](const Step& step) { return publishes(step, {BitRecord::topic}); });
 }
 
 }  // namespace bench

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -12,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include "bench/PntDevice.h"
 #include "bench/UnitFrame.h"
 
 namespace bench {
@@ -70,6 +72,17 @@ struct Register {
 struct SetRegister {
     Register content;
 };
+/// Something that the PNT device is set to, or sends.
+struct UsePntDevice {
+    std::function<void(PntDevice&)> use;
+};
+/// What follows, up to the next one, is a part of the run.
+struct Chapter {
+    std::string title;
+};
+
+/// What came so far satisfies no expectation any more.
+struct Forget {};
 
 /// The server says that it runs, and the peers have found it.
 struct Running {};
@@ -98,16 +111,20 @@ struct Expect {
     Condition condition;
     bool absent = false;  ///< it must not come; for Frame and Text
     std::chrono::milliseconds within{0};
+    std::string wanted;   ///< the condition as it stands in the file
+    std::string caption;  ///< what it is called in the table of the chapters; empty: no row there
 };
 
 }  // namespace action
 
 struct Step {
     enum class Start { Next, At, After };
-    using Action = std::variant<action::Configure, action::StartServer, action::StopServer,
-                                action::Signal, action::HangUp, action::Reconnect, action::Publish,
-                                action::Stream, action::StopStream, action::WaitStream,
-                                action::Send, action::Inject, action::SetRegister, action::Expect>;
+    using Action =
+        std::variant<action::Configure, action::StartServer, action::StopServer, action::Signal,
+                     action::HangUp, action::Reconnect, action::Publish, action::Stream,
+                     action::StopStream, action::WaitStream, action::Send, action::Inject,
+                     action::SetRegister, action::UsePntDevice, action::Chapter, action::Forget,
+                     action::Expect>;
 
     std::size_t line = 0;
     std::string text;  ///< the line without comment, variables filled in
@@ -142,6 +159,8 @@ struct Scenario {
     bool publishesSolutions() const;
     /// The same of the alternate navigation device.
     bool publishesAltNavigation() const;
+    /// The same of the BIT server.
+    bool publishesBitReports() const;
 
     /// True when a step publishes or expects a command or an answer.
     bool exchangesCommands() const;

@@ -7,6 +7,7 @@
 #include <limits>
 #include <utility>
 
+#include "bench/ScenarioPntSteps.h"
 #include "bench/TopicRecords.h"
 #include "bench/VirtualUnits.h"
 
@@ -71,10 +72,12 @@ std::optional<std::uint16_t> takeFlags(Words& words) {
     return number16(words.take("flags").substr(key.size()), "flag word");
 }
 
-/// Data words up to the end of the line or the word `end`; "3*0x12" stands for three of them.
-std::vector<std::uint16_t> takeDataWords(Words& words, std::string_view end = {}) {
+/// Data words up to the end of the line or one of the words `ends`; "3*0x12" stands for three of
+/// them.
+std::vector<std::uint16_t> takeDataWords(Words& words,
+                                         const std::vector<std::string_view>& ends = {}) {
     std::vector<std::uint16_t> data;
-    while (!words.empty() && (end.empty() || words.peek() != end)) {
+    while (!words.empty() && !contains(ends, words.peek())) {
         const std::string& word = words.take("a word");
         const auto star = word.find('*');
         const std::size_t count =
@@ -115,14 +118,22 @@ std::vector<std::uint8_t> takeBytes(Words& words) {
     return bytes;
 }
 
-/// "frame ..." or "bytes ...".
+UnitFrame takeStatus(Words& words) {
+    const std::uint16_t id = number16(words.take("a status"), "status");
+    return makeStatus(id, words.empty() ? "" : words.take("a text"));
+}
+
+/// "frame ...", "status ..." or "bytes ...".
 std::variant<UnitFrame, std::vector<std::uint8_t>> takeContent(Words& words) {
-    const std::string& kind = words.take("\"frame\" or \"bytes\"");
+    const std::string& kind = words.take("\"frame\", \"bytes\" or \"status\"");
     if (kind == "frame") {
         return takeFrame(words);
     }
+    if (kind == "status") {
+        return takeStatus(words);
+    }
     if (kind != "bytes") {
-        refuse(inQuotes(kind) + " is neither \"frame\" nor \"bytes\"");
+        refuse(inQuotes(kind) + " is neither \"frame\" nor \"bytes\" nor \"status\"");
     }
     return takeBytes(words);
 }
@@ -190,7 +201,7 @@ struct PublishedTopic {
     std::string_view name;
     bool (*canRead)(const std::string& fields);
 };
-constexpr std::array<PublishedTopic, 7> publishedTopics{{
+constexpr std::array<PublishedTopic, 8> publishedTopics{{
     {UtcRecord::topic, &canRead<UtcRecord>},
     {PntRecord::topic, &canRead<PntRecord>},
     {PositionVelocityRecord::topic, &canRead<PositionVelocityRecord>},
@@ -198,6 +209,7 @@ constexpr std::array<PublishedTopic, 7> publishedTopics{{
     {EventRecord::topic, &canRead<EventRecord>},
     {CommandRecord::topic, &canRead<CommandRecord>},
     {ResponseRecord::topic, &canRead<ResponseRecord>},
+    {BitRecord::topic, &canRead<BitRecord>},
 }};
 
 Step::Action publish(Words& words) {
@@ -209,7 +221,7 @@ Step::Action publish(Words& words) {
     if (topic == publishedTopics.end()) {
         refuse(inQuotes(step.topic) +
                " is no topic to publish: UTCTime, MeridanePNT, "
-               "PositionVelocity, GPSTime, EventLog, Command or Response");
+               "PositionVelocity, GPSTime, EventLog, Command, Response or BitReport");
     }
     while (!words.empty()) {
         const std::string& word = words.take("a field");
@@ -345,14 +357,16 @@ action::Expect::Condition takeCondition(Words& words) {
     frame.source = what;
     frame.id = number16(words.take("a message id"), "message id");
     frame.flags = takeFlags(words);
-    frame.words = takeDataWords(words, "within");
+    frame.words = takeDataWords(words, {"within", "as"});
     return frame;
 }
 
 Step::Action expect(Words& words) {
     action::Expect step;
+    const std::size_t first = words.taken();
     step.absent = words.takeIf("no");
     step.condition = takeCondition(words);
+    step.wanted = words.takenSince(first);
     const bool stream = std::holds_alternative<action::Frame>(step.condition) ||
                         std::holds_alternative<action::Text>(step.condition);
     if (step.absent && !stream) {
@@ -365,10 +379,21 @@ Step::Action expect(Words& words) {
     } else if (step.absent) {
         refuse("\"no\" needs \"within\" and the time to wait");
     }
+    if (words.takeIf("as")) {
+        step.caption = words.take("a text");
+    }
     return step;
 }
 
-constexpr std::array<std::pair<std::string_view, Step::Action (*)(Words&)>, 13> verbs{{
+Step::Action forget(Words& /*words*/) {
+    return action::Forget{};
+}
+
+Step::Action chapter(Words& words) {
+    return action::Chapter{words.take("a title")};
+}
+
+constexpr std::array<std::pair<std::string_view, Step::Action (*)(Words&)>, 16> verbs{{
     {"configure", configure},
     {"start", start},
     {"stop", stop},
@@ -381,6 +406,9 @@ constexpr std::array<std::pair<std::string_view, Step::Action (*)(Words&)>, 13> 
     {"hangup", hangUp},
     {"reconnect", reconnect},
     {"set", setRegister},
+    {"pntd", takePntDeviceStep},
+    {"chapter", chapter},
+    {"forget", forget},
     {"expect", expect},
 }};
 

@@ -86,6 +86,15 @@ std::vector<std::string> split(std::string_view line,
     return words;
 }
 
+std::string join(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += text.empty() ? "" : " ";
+        text += word.find(' ') == std::string::npos ? word : "\"" + word + "\"";
+    }
+    return text;
+}
+
 std::uint64_t number(const std::string& word, const std::string& what, std::uint64_t most) {
     const bool hex = word.rfind("0x", 0) == 0 || word.rfind("0X", 0) == 0;
     const char* const first = word.data() + (hex ? 2 : 0);

@@ -40,6 +40,9 @@ bool isName(std::string_view word);
 std::vector<std::string> split(std::string_view line,
                                const std::map<std::string, std::string>& variables);
 
+/// The words as a line, blanks between them and quotes around those that hold some.
+std::string join(const std::vector<std::string>& words);
+
 /// The words of a line, taken from the front.
 class Words {
 public:
@@ -67,6 +70,14 @@ public:
         if (take(inQuotes(word)) != word) {
             refuse("expected " + inQuotes(word) + " in place of " + inQuotes(words_[next_ - 1]));
         }
+    }
+
+    /// How many were taken, and those from number `first` on as a line.
+    std::size_t taken() const { return next_; }
+    std::string takenSince(std::size_t first) const {
+        const auto begin = words_.begin();
+        return join({begin + static_cast<std::ptrdiff_t>(first),
+                     begin + static_cast<std::ptrdiff_t>(next_)});
     }
 
     void end() const {

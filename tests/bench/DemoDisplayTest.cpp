@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "bench/ChapterTable.h"
 #include "bench/DemoDisplay.h"
+#include "bench/Scenario.h"
 
 namespace bench {
 namespace {
@@ -87,6 +89,105 @@ TEST(DemoDisplay, BlockTellsTheFiguresInAFixedNumberOfLines) {
     EXPECT_NE(after.find("0.00000 N, 0.00000 E, 0 m"), std::string::npos) << after;
     EXPECT_EQ(std::count(before.begin(), before.end(), '\n'),
               std::count(after.begin(), after.end(), '\n'));
+}
+
+Scenario day() {
+    return Scenario::parse(
+        "start server\n"
+        "expect running\n"
+        "chapter Morning\n"
+        "expect line up\n"
+        "expect line ready as \"it is ready\"\n"
+        "chapter Noon\n"
+        "expect link1 frame 5 as \"a frame\"\n"
+        "stop server\n"
+        "chapter Night\n"
+        "expect exit 0\n",
+        "day");
+}
+
+const action::Expect& expectation(const Scenario& scenario, std::size_t step) {
+    return std::get<action::Expect>(scenario.steps.at(step).action);
+}
+
+TEST(ChapterTable, AChapterCountsItsExpectationsAndShowsThoseWithACaption) {
+    const Scenario scenario = day();
+    ChapterBook book(scenario);
+    const ChapterBook::Clock::time_point begin{};
+    book.met(expectation(scenario, 1), "before the first chapter");
+    book.begin(begin);
+    book.met(expectation(scenario, 3), "\"up\"");
+    book.met(expectation(scenario, 4), "\"ready\"");
+    book.begin(begin + 1500ms);
+    book.met(expectation(scenario, 6), "frame 5");
+    book.begin(begin + 2s);
+    book.met(expectation(scenario, 9), "exit 0");
+    book.end(begin + 5s, false);
+    EXPECT_EQ(chapterTable(book.results()),
+              "  what                                    expected                                  "
+              "seen                                      ok\n"
+              "\nMorning: as expected, 2 of 2 expectations in 1.5 s\n"
+              "  it is ready                             line ready                                "
+              "\"ready\"                                   yes\n"
+              "\nNoon: as expected, 1 of 1 expectations in 0.5 s\n"
+              "  a frame                                 link1 frame 5                             "
+              "frame 5                                   yes\n"
+              "\nNight: as expected, 1 of 1 expectations in 3.0 s\n"
+              "\n3 of 3 chapters and 4 of 4 expectations were as expected.\n");
+}
+
+TEST(ChapterTable, AFailedStepIsShownAndWhatFollowsWasNotReached) {
+    const Scenario scenario = day();
+    ChapterBook book(scenario);
+    book.begin({});
+    book.failed(scenario.steps.at(3), "it did not come; what came at last:\n  \"down\"");
+    book.end(ChapterBook::Clock::time_point{1s}, false);
+    const std::string table = chapterTable(book.results());
+    EXPECT_NE(table.find("Morning: FAILED, 0 of 2 expectations in 1.0 s\n"
+                         "  line 4                                  line up "),
+              std::string::npos)
+        << table;
+    EXPECT_NE(table.find(" it did not come; what came at last:       NO\n"), std::string::npos)
+        << table;
+    EXPECT_NE(table.find("Noon: not reached, 0 of 1 "), std::string::npos) << table;
+    EXPECT_NE(table.find("0 of 3 chapters and 0 of 4 expectations were"), std::string::npos)
+        << table;
+}
+
+TEST(ChapterTable, AFailedActionStandsWithItsText) {
+    const Scenario scenario = day();
+    ChapterBook book(scenario);
+    book.begin({});
+    book.begin({});
+    book.failed(scenario.steps.at(7), "it left badly");
+    EXPECT_EQ(book.results().at(1).checks.at(0).what, "stop server");
+    EXPECT_EQ(book.results().at(1).checks.at(0).seen, "it left badly");
+    EXPECT_FALSE(book.results().at(1).checks.at(0).ok);
+}
+
+TEST(ChapterTable, AnInterruptedChapterWasCutShort) {
+    ChapterBook book(day());
+    book.begin({});
+    book.end({}, true);
+    EXPECT_NE(chapterTable(book.results()).find("Morning: cut short, 0 of 2 "), std::string::npos);
+}
+
+TEST(ChapterTable, LongTextsAreCutAndStrangeOnesMadePlain) {
+    std::vector<ChapterResult> results(1);
+    results[0].checks.push_back({std::string(50, 'w'), std::string(50, 'e'), "a\033[31m", true});
+    const std::string table = chapterTable(results);
+    EXPECT_NE(
+        table.find("  " + std::string(35, 'w') + "...  " + std::string(37, 'e') + "...  a.[31m  "),
+        std::string::npos)
+        << table;
+}
+
+TEST(ChapterTable, AScenarioWithoutChaptersHasNone) {
+    ChapterBook book(Scenario::parse("start server\nexpect running\n", "plain"));
+    book.met({}, "");
+    book.failed({}, "");
+    book.end({}, false);
+    EXPECT_EQ(chapterTable(book.results()), "");
 }
 
 }  // namespace

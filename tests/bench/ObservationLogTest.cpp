@@ -70,5 +70,14 @@ TEST(ObservationLog, ForgetsTheOldestOfASource) {
     EXPECT_EQ(log.rest("line", 1)[0].text, "three");
 }
 
+TEST(ObservationLog, ForgetsAllWhenTold) {
+    ObservationLog log;
+    log.add(line("one"));
+    log.forget();
+    EXPECT_EQ(log.take("line", holds("one"), Clock::now()), Outcome::TimedOut);
+    log.add(line("one"));
+    EXPECT_EQ(log.take("line", holds("one"), Clock::now()), Outcome::Seen);
+}
+
 }  // namespace
 }  // namespace bench

@@ -378,6 +378,35 @@ TEST_F(ScenarioRunnerTest, RecordsAndBytesAreInjected) {
     EXPECT_EQ(runner->figures().queueRecords.at("TREVO_MX"), 2U);
 }
 
+TEST_F(ScenarioRunnerTest, PntDeviceSpeaksAndChaptersAreTold) {
+    prepare(
+        "chapter \"The device answers the start\"\n"
+        "pntd label cbit 4 Clock\n"
+        "pntd on\n" +
+        running +
+        "expect PNTD_MX frame 27536 0 0 0 0 0x1101 0x0403 as \"what its test is called\"\n"
+        "chapter \"It speaks unasked\"\n"
+        "pntd fault cbit 4 hard\n"
+        "pntd send status\n"
+        "expect PNTD_MX frame 27535 0 0 0 0 0x0109 0x040B\n"
+        "chapter Night\n"
+        "expect line never within 0s as \"what never comes\"\n"
+        "chapter \"Another day\"\n");
+    EXPECT_EQ(runner->run(), Result::Failed);
+    using State = ChapterResult::State;
+    const auto& chapters = runner->chapters();
+    ASSERT_EQ(chapters.size(), 4U);
+    EXPECT_EQ(chapters[0].state, State::Passed) << runner->failure();
+    EXPECT_EQ(chapters[0].met, 2U);
+    ASSERT_EQ(chapters[0].checks.size(), 1U);
+    EXPECT_EQ(chapters[0].checks[0].what, "what its test is called");
+    EXPECT_THAT(chapters[0].checks[0].seen, StartsWith("frame 27536 flags=0x8000 0x0000"));
+    EXPECT_EQ(chapters[1].state, State::Passed) << runner->failure();
+    EXPECT_EQ(chapters[2].state, State::Failed);
+    EXPECT_FALSE(chapters[2].checks.at(0).ok);
+    EXPECT_EQ(chapters[3].state, State::NotReached);
+}
+
 TEST_F(ScenarioRunnerTest, RegistersAreSetAndExpected) {
     prepare(
         "expect register Processor_Interface 0x20 32 4 within 0s\n"

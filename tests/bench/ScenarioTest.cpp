@@ -6,9 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "bench/PntDevice.h"
 #include "bench/Scenario.h"
 #include "bench/TemporaryFolder.h"
 #include "bench/TopicRecords.h"
+#include "bench/VirtualUnits.h"
 
 namespace bench {
 namespace {
@@ -149,6 +151,80 @@ TEST(Scenario, ReadsWhatAVirtualUnitSends) {
               (UnitFrame{27553, 0x8000, {4, 0x81FF, 0xAB00}}.encode()));
 }
 
+TEST(Scenario, ReadsAStatusInThePlaceOfAFrame) {
+    EXPECT_EQ(actionOf<action::Send>("send virtual2 status 17 \"ALL GONE\"").bytes,
+              wrap(fromVirtualUnit, 2, makeStatus(17, "ALL GONE")).encode());
+    const auto record = actionOf<action::Inject>("inject TREVO_MX status 18");
+    EXPECT_EQ(std::get<UnitFrame>(record.content).data, makeStatus(18, "").data);
+}
+
+TEST(Scenario, ReadsChapters) {
+    EXPECT_EQ(actionOf<action::Chapter>("chapter \"A part\"").title, "A part");
+    EXPECT_TRUE(std::holds_alternative<action::Forget>(stepOf("forget").action));
+}
+
+/// A PNT device without a line: what it says is kept.
+struct SpokenTo {
+    std::vector<UnitFrame> said;
+    PntDevice device{
+        [this](const UnitFrame& frame, PntDevice::Duration) { said.push_back(frame); }};
+
+    PntDevice::State after(const std::string& line) {
+        actionOf<action::UsePntDevice>("pntd " + line).use(device);
+        return device.state();
+    }
+    UnitFrame sent(const std::string& line) {
+        after("send " + line);
+        return said.back();
+    }
+};
+
+TEST(Scenario, ReadsHowThePntDeviceStands) {
+    SpokenTo spoken;
+    EXPECT_TRUE(spoken.after("on").answering);
+    EXPECT_FALSE(spoken.after("off").answering);
+    spoken.after("fault cbit 17 hard");
+    auto state = spoken.after("fault other 255 intermittent");
+    ASSERT_EQ(state.entries.size(), 2U);
+    EXPECT_EQ(state.entries[0].type, pnt::cbit);
+    EXPECT_EQ(state.entries[0].test, 17U);
+    EXPECT_EQ(state.entries[0].fault, 2U);
+    EXPECT_EQ(state.entries[1].type, 0U);
+    EXPECT_EQ(state.entries[1].fault, 1U);
+    EXPECT_THAT(spoken.after("well").entries, IsEmpty());
+    state = spoken.after("label bbit 3 \"Power supply\"");
+    ASSERT_EQ(state.labels.size(), 1U);
+    EXPECT_EQ(state.labels[0].type, pnt::bbit);
+    EXPECT_EQ(state.labels[0].test, 3U);
+    EXPECT_EQ(state.labels[0].text, "Power supply");
+    const pnt::Ids ids = spoken.after("ids H N S F O").ids;
+    EXPECT_EQ(ids.hardware + ids.serial + ids.software + ids.firmware + ids.os, "HNSFO");
+    EXPECT_EQ(spoken.after("zeroize fail").zeroize, PntDevice::Answer::Fail);
+    EXPECT_EQ(spoken.after("zeroize silent").zeroize, PntDevice::Answer::Silent);
+    EXPECT_EQ(spoken.after("zeroize pass").zeroize, PntDevice::Answer::Pass);
+    EXPECT_EQ(spoken.after("slip closed").slip, PntDevice::Answer::Fail);
+    EXPECT_EQ(spoken.after("slip silent").slip, PntDevice::Answer::Silent);
+    EXPECT_EQ(spoken.after("slip open").slip, PntDevice::Answer::Pass);
+    EXPECT_THAT(spoken.said, IsEmpty());
+}
+
+TEST(Scenario, ReadsWhatThePntDeviceSends) {
+    SpokenTo spoken;
+    spoken.after("fault post 2 hard");
+    spoken.after("label post 2 Clock");
+    EXPECT_EQ(spoken.sent("status").data, pnt::makeBitStatus({{1, 2, 2}}).data);
+    EXPECT_EQ(spoken.sent("labels").data, pnt::makeFaultLabels({{1, 2, "Clock"}}).front().data);
+    EXPECT_EQ(spoken.sent("ids").data, pnt::makeIds({}).data);
+    EXPECT_EQ(spoken.sent("sanitize fail").data, pnt::makeSanitizeStatus(false).data);
+    EXPECT_EQ(spoken.sent("slip open").data, pnt::makeSlipStatus(true).data);
+    EXPECT_EQ(spoken.sent("transfer 4 2 passed").data, pnt::makeTransferStatus(4, 2, 3).data);
+    EXPECT_EQ(spoken.sent("log \"Fan stops\"").data,
+              pnt::makeLogReport({0, "LOG", "PNTD", "NONE", "NONE", "Fan stops"}).data);
+    // BBIT, fault of the device, BBIT failed.
+    EXPECT_EQ(spoken.sent("report bbit 9 MEMORY").data,
+              pnt::makeFaultReport({0x26, 9, 0, "MEMORY", "PNTD", "FAIL", "NONE"}).data);
+}
+
 TEST(Scenario, ReadsRecordsForAQueue) {
     const auto frame = actionOf<action::Inject>("inject TREVO_MX frame 5040 7");
     EXPECT_EQ(frame.queue, "TREVO_MX");
@@ -218,6 +294,18 @@ TEST(Scenario, ReadsHowLongToWait) {
     EXPECT_FALSE(actionOf<action::Expect>("expect line x within 1s").absent);
 }
 
+TEST(Scenario, ReadsWhatAnExpectationIsCalled) {
+    const auto frame =
+        actionOf<action::Expect>("expect link1 frame 5 1 2 within 2s as \"the answer\"");
+    EXPECT_EQ(frame.caption, "the answer");
+    EXPECT_EQ(frame.wanted, "link1 frame 5 1 2");
+    EXPECT_EQ(frame.within, 2s);
+    EXPECT_EQ(actionOf<action::Expect>("expect link1 frame 5 1 as x").wanted, "link1 frame 5 1");
+    const auto none = actionOf<action::Expect>("expect no Response \"A B\" within 0s");
+    EXPECT_EQ(none.wanted, "no Response \"A B\"");
+    EXPECT_EQ(none.caption, "");
+}
+
 TEST(Scenario, FillsVariablesIn) {
     const std::string text =
         "variable rate 10\nvariable what \"a ${rate}b\"\nstream ${rate} for "
@@ -264,6 +352,11 @@ TEST(Scenario, KnowsWhetherCommandsAreExchanged) {
     EXPECT_FALSE(Scenario::parse("publish Command text=A,1", "test").publishesSolutions());
 }
 
+TEST(Scenario, KnowsWhetherBitReportsArePublished) {
+    EXPECT_FALSE(Scenario::parse("publish Command text=A", "test").publishesBitReports());
+    EXPECT_TRUE(Scenario::parse("publish BitReport kind=1 passed=0", "test").publishesBitReports());
+}
+
 TEST(Scenario, TellsTheLineOfAnError) {
     EXPECT_EQ(refusal("start server\n# x\n\nfly home\n"), "test:4: unknown step \"fly\"");
 }
@@ -291,9 +384,11 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
         {"hangup link4", "\"link4\" is no link: link1, link2 or link3"},
         {"reconnect 1", "\"1\" is no link: link1, link2 or link3"},
         {"publish", "a topic is missing"},
-        {"publish BitReport",
-         "\"BitReport\" is no topic to publish: UTCTime, MeridanePNT, PositionVelocity, GPSTime, "
-         "EventLog, Command or Response"},
+        {"publish Altitude",
+         "\"Altitude\" is no topic to publish: UTCTime, MeridanePNT, PositionVelocity, GPSTime, "
+         "EventLog, Command, Response or BitReport"},
+        {"publish BitReport text=x",
+         "\"text=x\" is no field of BitReport, or its value is no number"},
         {"publish PositionVelocity x=1",
          "\"x=1\" is no field of PositionVelocity, or its value is no number"},
         {"publish GPSTime lat=1", "\"lat=1\" is no field of GPSTime, or its value is no number"},
@@ -361,6 +456,30 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
         {"expect line x within", "a time is missing"},
         {"expect no running", "\"no\" stands before a frame, a record or a line only"},
         {"expect no line x", "\"no\" needs \"within\" and the time to wait"},
+        {"expect line x as", "a text is missing"},
+        {"expect line x as two words", "unexpected \"words\""},
+        {"send link1 status", "a status is missing"},
+        {"send link1 status x", "\"x\" is no status: a number from 0 to 65535"},
+        {"chapter", "a title is missing"},
+        {"chapter two words", "unexpected \"words\""},
+        {"pntd", "use of the PNT device is missing"},
+        {"pntd fly",
+         "\"fly\" is no use of the PNT device: on, off, fault, well, label, ids, zeroize, slip, "
+         "send"},
+        {"pntd on now", "unexpected \"now\""},
+        {"pntd fault warm 1 hard", "\"warm\" is no kind of test: other, post, bbit, cbit"},
+        {"pntd fault post 256 hard", "\"256\" is no test: a number from 0 to 255"},
+        {"pntd fault post 1 soft", "\"soft\" is no kind of fault: intermittent, hard, other"},
+        {"pntd label post 1 " + std::string(57, 'x'), "a label has more than 56 characters"},
+        {"pntd ids a b c d", "a version of the OS is missing"},
+        {"pntd ids a b c d " + std::string(17, 'x'),
+         "a version of the OS has more than 16 characters"},
+        {"pntd zeroize maybe", "\"maybe\" is no answer: pass, fail, silent"},
+        {"pntd slip pass", "\"pass\" is no answer: open, closed, silent"},
+        {"pntd send news",
+         "\"news\" is no message: status, labels, ids, log, report, sanitize, slip, transfer"},
+        {"pntd send report cbit 1 12345678901", "a category has more than 10 characters"},
+        {"pntd send transfer 8 1 passed", "\"8\" is no unit: a number from 0 to 7"},
         {"variable", "a name is missing"},
         {"variable rate", "a value is missing"},
         {"variable 1x 2", "\"1x\" is no name: letters, digits and _"},
@@ -480,9 +599,10 @@ TEST(Scenario, TellsOfAFileThatCannotBeRead) {
 
 TEST(Scenario, GrammarNamesEveryVerb) {
     const std::string grammar = scenarioGrammar;
-    for (const char* verb : {"configure", "start server", "stop server", "signal", "publish",
-                             "stream", "stop stream", "wait stream", "send", "inject", "hangup",
-                             "reconnect", "set", "expect", "variable", "at", "after"}) {
+    for (const char* verb :
+         {"configure", "start server", "stop server", "signal", "publish", "stream", "stop stream",
+          "wait stream", "send", "inject", "hangup", "reconnect", "set", "expect", "variable", "at",
+          "after", "pntd", "chapter", "forget"}) {
         EXPECT_NE(grammar.find(verb), std::string::npos) << verb;
     }
 }
