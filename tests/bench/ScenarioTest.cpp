@@ -420,8 +420,8 @@ TEST(Scenario, RefusesWhatItDoesNotUnderstand) {
         {"publish Command id=1", "\"id=1\" is no field of Command, or its value is no number"},
         {"publish Response type=x",
          "\"type=x\" is no field of Response, or its value is no number"},
-        {"send link1", "\"frame\" or \"bytes\" is missing"},
-        {"send link1 FF", "\"FF\" is neither \"frame\" nor \"bytes\""},
+        {"send link1", "\"frame\", \"bytes\" or \"status\" is missing"},
+        {"send link1 FF", "\"FF\" is neither \"frame\" nor \"bytes\" nor \"status\""},
         {"send link1 frame", "a message id is missing"},
         {"send link1 frame 65536", "\"65536\" is no message id: a number from 0 to 65535"},
         {"send link1 frame -1", "\"-1\" is no message id: a number from 0 to 65535"},
@@ -599,10 +599,10 @@ TEST(Scenario, TellsOfAFileThatCannotBeRead) {
 
 TEST(Scenario, GrammarNamesEveryVerb) {
     const std::string grammar = scenarioGrammar;
-    for (const char* verb :
-         {"configure", "start server", "stop server", "signal", "publish", "stream", "stop stream",
-          "wait stream", "send", "inject", "hangup", "reconnect", "set", "expect", "variable", "at",
-          "after", "pntd", "chapter", "forget"}) {
+    for (const char* verb : {"configure", "start server", "stop server", "signal",  "publish",
+                             "stream",    "stop stream",  "wait stream", "send",    "inject",
+                             "hangup",    "reconnect",    "set",         "expect",  "variable",
+                             "at",        "after",        "pntd",        "chapter", "forget"}) {
         EXPECT_NE(grammar.find(verb), std::string::npos) << verb;
     }
 }
