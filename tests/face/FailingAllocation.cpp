@@ -14,8 +14,12 @@ FailingAllocation::~FailingAllocation() {
     failing = false;
 }
 
+// Both forms that end in the `delete` below: what one of them gave must be free's.
+void* operator new(std::size_t size, std::nothrow_t const& /*tag*/) noexcept {
+    return failing ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
 void* operator new(std::size_t size) {
-    void* memory = failing ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* const memory = operator new(size, std::nothrow);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
