@@ -12,7 +12,6 @@
 #include <utility>
 #include <vector>
 
-#include <fastdds/rtps/transport/TCPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 #include <fastrtps/Domain.h>
 #include <fastrtps/attributes/ParticipantAttributes.h>
@@ -20,7 +19,6 @@
 #include <fastrtps/participant/ParticipantListener.h>
 #include <fastrtps/publisher/Publisher.h>
 #include <fastrtps/subscriber/Subscriber.h>
-#include <fastrtps/utils/IPLocator.h>
 #include <gtest/gtest.h>
 
 #include "face/MX_TSS.h"
@@ -32,7 +30,6 @@ namespace {
 
 using eprosima::fastrtps::Domain;
 using eprosima::fastrtps::Participant;
-using eprosima::fastrtps::rtps::IPLocator;
 using FACE::TSS::MX_TSS;
 
 /// Sees what the others of a domain announce about themselves.
@@ -41,22 +38,13 @@ public:
     /// Looks for others over the library's own transports, or over the one given.
     explicit Witness(
         unsigned domain,
-        std::shared_ptr<eprosima::fastdds::rtps::TransportDescriptorInterface> only = nullptr,
-        unsigned tcpPort = 0) {
+        std::shared_ptr<eprosima::fastdds::rtps::TransportDescriptorInterface> only = nullptr) {
         eprosima::fastrtps::ParticipantAttributes attributes;
         attributes.domainId = domain;
         if (only != nullptr) {
             attributes.rtps.useBuiltinTransports = false;
             attributes.rtps.userTransports.push_back(std::move(only));
         }
-        if (tcpPort != 0) {
-            eprosima::fastrtps::rtps::Locator_t server;
-            server.kind = LOCATOR_KIND_TCPv4;
-            IPLocator::setIPv4(server, "127.0.0.1");
-            server.port = tcpPort;
-            attributes.rtps.builtin.initialPeersList.push_back(server);
-        }
-        attributes.rtps.setName("Witness");
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
         participant_ = Domain::createParticipant(attributes, this);
@@ -125,31 +113,6 @@ protected:
     bench::DomainLock domain;
     TransportText text{domain};
 };
-
-// ---- TCP
-
-// First: the library numbers the participants of a process, and a client looks for a server among
-// the first few numbers only.
-TEST_F(MX_TSSTest, ATcpServerTellsItsConfiguredAddressAndPort) {
-    Transport transport(text.set("UseTransport", "TCP_Server").set("TcpAddress", "10.20.30.40"));
-    ASSERT_EQ(transport.initialize(), Code::NO_ERROR);
-    // The library's discovery over TCP stays unfinished now and then, whatever the time; another
-    // participant sees it then.
-    std::optional<Witness::SeenParticipant> seen;
-    for (int tries = 15; tries > 0 && !seen; --tries) {
-        Witness witness(domain.id(),
-                        std::make_shared<eprosima::fastdds::rtps::TCPv4TransportDescriptor>(),
-                        domain.tcpPort());
-        seen = witness.participants.take(std::chrono::seconds(4));
-    }
-    ASSERT_TRUE(seen);
-    EXPECT_FALSE(seen->unicast.empty());
-    for (auto const& locator : seen->unicast) {
-        EXPECT_EQ(locator.kind, LOCATOR_KIND_TCPv4);
-        EXPECT_EQ(IPLocator::toWanstring(locator), "10.20.30.40");
-        EXPECT_EQ(IPLocator::getPhysicalPort(locator), domain.tcpPort());
-    }
-}
 
 // ---- Set_Reference and Initialize
 
