@@ -16,14 +16,12 @@ std::size_t dataWords(unsigned short length) {
 template <typename Groups, typename CountField, typename Payload>
 std::optional<Received<Payload>> readGroups(const unsigned char* frame, unsigned short length) {
     const std::size_t words = dataWords(length);
-    if (words > Payload::words) {
+    if (words < Groups::begin || words > Payload::words) {
         return std::nullopt;
     }
     Received<Payload> received;
-    if (words > 0) {
-        std::memcpy(received.record.data.data(), frame + GSSIP_HEADER_BYTES, 2 * words);
-    }
-    const std::size_t arrived = words < Groups::begin ? 0 : (words - Groups::begin) / Groups::words;
+    std::memcpy(received.record.data.data(), frame + GSSIP_HEADER_BYTES, 2 * words);
+    const std::size_t arrived = (words - Groups::begin) / Groups::words;
     received.groups = std::min<std::size_t>(received.record.template get<CountField>(), arrived);
     return received;
 }
@@ -33,9 +31,6 @@ std::optional<Received<Payload>> readGroups(const unsigned char* frame, unsigned
 std::optional<Received<PntdBitStatusMsg>> readBitStatus(const unsigned char* frame,
                                                         unsigned short length) {
     using Message = PntdBitStatusMsg;
-    if (dataWords(length) < Message::Entries::begin) {
-        return std::nullopt;
-    }
     return readGroups<Message::Entries, Message::EntryCount, Message>(frame, length);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "GpsSerialIo/GssipMessage.h"
@@ -116,6 +117,8 @@ struct PntdFaultReportMsg : fields::Record<27> {
     using Location = fields::SwappedTextField<22, 10>;
     using Outcome = fields::SwappedTextField<32, 6>;
     using Relation = fields::SwappedTextField<38, 16>;
+
+    ePntD_BitType bitType() const { return static_cast<ePntD_BitType>(get<BitType>()); }
 };
 
 /// Message 27534, an entry of the device's log.
@@ -142,8 +145,11 @@ struct PntdLogReportMsg : fields::Record<54> {
 /// A test in message 27535.
 struct PntdBitEntry : fields::Record<1> {
     using BitType = fields::ByteBits<0, 0, 2>;
-    using FaultStatus = fields::ByteBits<0, 2, 2>;  // an ePntD_FaultType
+    using FaultStatus = fields::ByteBits<0, 2, 2>;
     using TestId = fields::ByteField<1>;
+
+    ePntD_BitType bitType() const { return static_cast<ePntD_BitType>(get<BitType>()); }
+    ePntD_FaultType faultStatus() const { return static_cast<ePntD_FaultType>(get<FaultStatus>()); }
 };
 
 /// Message 27535, how the device stands and which tests it has made. The device sends as many
@@ -172,6 +178,8 @@ struct PntdFaultLabel : fields::Record<29> {
     using BitType = fields::ByteBits<0, 0, 2>;
     using TestId = fields::ByteField<1>;
     using Descriptor = fields::SwappedTextField<2, 56>;
+
+    ePntD_BitType bitType() const { return static_cast<ePntD_BitType>(get<BitType>()); }
 };
 
 /// Message 27536, what the tests are called; several of them make the whole list.
@@ -223,10 +231,19 @@ struct Received {
 std::optional<Received<PntdBitStatusMsg>> readBitStatus(const unsigned char* frame,
                                                         unsigned short length);
 
-/// Reads a frame of message 27536. Nothing when it is longer than the record; one that ends
-/// before the count has no labels.
+/// Reads a frame of message 27536. Nothing when it is longer than the record, or ends before the
+/// count of labels.
 std::optional<Received<PntdFaultLabelsMsg>> readFaultLabels(const unsigned char* frame,
                                                             unsigned short length);
+
+/// A message with this payload and the flag word that it travels with; the link finishes it.
+template <typename Payload>
+std::shared_ptr<GpsIpWrapperMsg<Payload, Payload::id>> makeMessage(Payload const& payload) {
+    auto message = std::make_shared<GpsIpWrapperMsg<Payload, Payload::id>>();
+    message->setPayload(payload);
+    message->header[3] = Payload::flagWord;
+    return message;
+}
 
 }  // namespace PNTDBIT
 

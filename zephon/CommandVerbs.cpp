@@ -21,6 +21,8 @@ constexpr std::array commonVerbs{
     CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_SIMULATION",
                 &ZephonServer::selectSimulationMode},
     CommandVerb{Match::WholeText, "BITSERVER_PING", &ZephonServer::answerPing},
+    CommandVerb{Match::Contains, "REQUEST_COMPONENT_CBIT", &ZephonServer::startComponentCbit},
+    CommandVerb{Match::Contains, "REQUEST_CBIT", &ZephonServer::startSystemCbit},
     CommandVerb{Match::FirstField, "SET_ZEPHON_COM", &ZephonServer::answerSetCom},
     CommandVerb{Match::FirstField, "SET_ZEPHON_HOT_START", &ZephonServer::answerSetHotStart},
     CommandVerb{Match::FirstField, "SET_ZEPHON_SUPER_USER", &ZephonServer::answerSetSuperUser},
@@ -44,8 +46,15 @@ constexpr std::array humanInterfaceVerbs{
 };
 
 bool matches(CommandVerb const& row, std::string_view text) {
-    const auto verb = row.match == Match::FirstField ? text.substr(0, text.find(',')) : text;
-    return verb == row.verb;
+    switch (row.match) {
+        case Match::WholeText:
+            return text == row.verb;
+        case Match::Contains:
+            return text.find(row.verb) != std::string_view::npos;
+        case Match::FirstField:
+            return text.substr(0, text.find(',')) == row.verb;
+    }
+    return false;
 }
 
 template <std::size_t Count>

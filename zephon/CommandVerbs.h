@@ -38,6 +38,7 @@ struct CommandAnswer {
 struct CommandVerb {
     enum class Match {
         WholeText,  ///< the text is the verb, without arguments
+        Contains,   ///< the verb stands anywhere in the text
         FirstField  ///< what stands before the first comma is the verb
     };
     using Handler = CommandAnswer (ZephonServer::*)(Command const&);

@@ -21,6 +21,10 @@ constexpr std::array pntDeviceRoutes{
     GssipRoute{5001, &ZephonServer::handleZP_Block5001, taken},
     GssipRoute{5044, &ZephonServer::handleZP_Block5044, taken},
     GssipRoute{27532, &ZephonServer::handleZP_PntdStatus, taken},
+    GssipRoute{27533, &ZephonServer::handleZP_PntdFaultReport, taken},
+    GssipRoute{27534, &ZephonServer::handleZP_PntdLogReport, taken},
+    GssipRoute{27535, &ZephonServer::handleZP_PntdBitStatus, taken},
+    GssipRoute{27536, &ZephonServer::handleZP_PntdFaultLabels, taken},
     GssipRoute{27553, &ZephonServer::handleZP_Block27553, taken},
     GssipRoute{27561, &ZephonServer::handleZP_PntConfigStatus, taken},
 };

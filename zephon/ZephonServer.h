@@ -27,9 +27,12 @@
 #include "face/MX_TSS.h"
 #include "face/MX_TypedTS.h"
 #include "ioss_mcsq/GssipMcsq.h"
+#include "messages/PntdMessages.h"
 #include "platform/Mutex.h"
 #include "zephon/AltNavSolution.h"
 #include "zephon/CommandVerbs.h"
+#include "zephon/CommandedBit.h"
+#include "zephon/FaultLabels.h"
 #include "zephon/FusedSolution.h"
 #include "zephon/LinkTable.h"
 #include "zephon/OptionSettings.h"
@@ -44,11 +47,6 @@
 #include "zephon/TimedProcedure.h"
 #include "zephon/Zeroize.h"
 
-namespace PNTDBIT {
-enum class ePntd_ProgStart : std::uint8_t;
-struct PntDBitCmdMsg;
-struct PntdStatusMsg;
-}  // namespace PNTDBIT
 struct Trevo5044Record;
 class TrevoCommandMsg;
 enum class e5001_Command : std::uint16_t;
@@ -198,8 +196,21 @@ public:
 
     // ---- BIT (ZephonServerBit.cpp), any thread that holds no lock -----------------------
 
-    /// Handlers of single messages of the PNT device, called by cbGssip.
+    /// Handlers of single messages of the PNT device, called by cbGssip. One that can't be read is
+    /// an event, but for a status, and nothing more.
     void handleZP_PntdStatus(aspn2_msgs::idl::GSSIP const& record);
+    /// Publishes a record for each faulted test, and answers the component CBIT that waits for it.
+    void handleZP_PntdBitStatus(aspn2_msgs::idl::GSSIP const& record);
+    void handleZP_PntdFaultReport(aspn2_msgs::idl::GSSIP const& record);
+    void handleZP_PntdLogReport(aspn2_msgs::idl::GSSIP const& record);
+    void handleZP_PntdFaultLabels(aspn2_msgs::idl::GSSIP const& record);
+    /// Takes how the computer stands and hands it on to the unit, running or not.
+    void cbBit(aspn2_msgs::idl::BitReport const& record) EXCLUDES(statusMutex_);
+    /// Tells the results of the device's tests; true is failed.
+    void reportPntdBitRollup(bool sys, bool post, bool bbit, bool cbit);
+    /// Handlers of verbs, called by cbCmd.
+    CommandAnswer startComponentCbit(Command const& command);
+    CommandAnswer startSystemCbit(Command const& command);
 
     // ---- Answers and versions (ZephonServerVersions.cpp), listener threads --------------
 
@@ -256,8 +267,6 @@ private:
     bool receive(Typed<T> const& typed, long long connection,
                  void (ZephonServer::*callback)(T const&), char const* callbackName);
     void reportException(std::string const& place, std::string const& what) const;
-    template <typename T>
-    bool receiveUnread(Typed<T> const& typed, long long connection);
 
     void startServer();
     void stopServer();
@@ -395,8 +404,19 @@ private:
     void handOn(aspn2_msgs::idl::GSSIP const& record);
 
     // BIT (ZephonServerBit.cpp).
+    /// Publishes what has failed; true when there is any, published or not.
+    bool reportFaults(PNTDBIT::Received<PNTDBIT::PntdBitStatusMsg> const& status) const;
+    /// Takes the engine's answer to a component CBIT; any other of its answers is none of it.
+    void takeEngineCbit(aspn2_msgs::idl::CommandResponse const& record) EXCLUDES(statusMutex_);
+    /// GPS time of week of the last time mark, in seconds; 0 before the first.
+    double lastMarkTime() EXCLUDES(statusMutex_);
+    void requestBitStatus(double gpsTimeOfWeek);
+    /// Tells all virtual units how the system CBIT has ended.
+    void sendSystemCbitResult(double gpsTimeOfWeek, bool failed);
     /// Sends an event, and tells it with debug on; `line` is the place in that file.
     void tellBit(int line, EventTypes::eEventType type, std::string const& text) const;
+    /// Reports a message that is no good.
+    void refuseBit(int line, std::string const& what) const;
 
     // Constant after construction.
     const unsigned char serverId_;
@@ -431,8 +451,15 @@ private:
     platform::Mutex versionMutex_;
     PartNumbers partNumbers_ GUARDED_BY(versionMutex_);
 
-    // The box's built-in test has failed. Read by the threads that take and send time marks.
+    // The box's built-in test has failed. Written by the callback of BitReport, read by the threads
+    // that take and send time marks.
     std::atomic<bool> bitFailed_{false};
+
+    // BIT. The two objects synchronise themselves, as leaves.
+    FaultLabels faultLabels_;
+    CommandedBit commandedBit_;
+    // Between the order of a system CBIT and its report: its background tests find what it causes.
+    std::atomic<bool> suppressBbitFaults_{false};
 
     // Held from a command to its answer: a file that is written holds still for who reads it, and
     // an answer tells what its own command left. Over the link table's and the event queue's.

@@ -211,19 +211,6 @@ void ZephonServer::reportException(std::string const& place, std::string const& 
     }
 }
 
-/// Subscribes to a topic whose records no job of the server reads: siblings see a matched
-/// reader, and what comes is let go.
-template <typename T>
-bool ZephonServer::receiveUnread(Typed<T> const& typed, long long connection) {
-    ReturnCode::Value code = ReturnCode::NO_ERROR;
-    typed->Register_Callback(
-        connection,
-        [](long long, long long, T const&, FACE::TSS::HEADER_TYPE const&,
-           FACE::Sequence<FACE::TSS::QoS_Element> const&, ReturnCode::Value&) {},
-        code);
-    return code == ReturnCode::NO_ERROR;
-}
-
 bool ZephonServer::registerTopics() {
     if (!receive(commandResponseTs_, topics_.command, &ZephonServer::cbCmd, "cbCmd()") ||
         !receive(commandResponseTs_, topics_.response, &ZephonServer::cbRsp, "cbRsp()") ||
@@ -233,7 +220,7 @@ bool ZephonServer::registerTopics() {
         !receive(positionVelocityTs_, topics_.positionVelocity, &ZephonServer::cbPosVel,
                  "cbPosVel()") ||
         !receive(utcTimeTs_, topics_.utcTime, &ZephonServer::cbUtcTime, "cbUtcTime()") ||
-        !receiveUnread(bitReportTs_, topics_.bitReport)) {
+        !receive(bitReportTs_, topics_.bitReport, &ZephonServer::cbBit, "cbBit()")) {
         return false;
     }
     for (const long long connection : {topics_.command, topics_.response}) {

@@ -192,8 +192,5 @@ void ZephonServer::sendToPntdBitPort(std::shared_ptr<GssipMessage> const& messag
 }
 
 void ZephonServer::sendPntdCommand(PNTDBIT::PntDBitCmdMsg const& command) {
-    const auto message = std::make_shared<PntDBitCmdMsg>();
-    message->setPayload(command);
-    message->header[3] |= FLAG_ACK_REQUEST;
-    sendToPntdBitPort(message);
+    sendToPntdBitPort(PNTDBIT::makeMessage(command));
 }

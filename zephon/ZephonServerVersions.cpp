@@ -19,6 +19,8 @@ void ZephonServer::cbRsp(CommandResponse const& record) {
     const auto sender = ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id()));
     if (sender == ServerIds::AltNavUnit && text.rfind(partNumbersWord, 0) == 0) {
         takePntdVersions(text);
+    } else if (sender == ServerIds::Trevo) {
+        takeEngineCbit(record);
     }
 }
 

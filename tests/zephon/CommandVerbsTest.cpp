@@ -68,6 +68,23 @@ TEST(CommandVerbs, AVerbWithArgumentsIsTheFirstField) {
     }
 }
 
+TEST(CommandVerbs, ABuiltInTestIsAskedForAnywhereInTheText) {
+    for (const std::string verb : {"REQUEST_COMPONENT_CBIT", "REQUEST_CBIT"}) {
+        for (std::string const& text :
+             {verb, verb + ",1", "XX_" + verb + "_YY", "SET_ZEPHON_COM,1," + verb,
+              std::string(100000, ',') + verb}) {
+            CommandVerb const* const found = findCommandVerb(controller, text);
+            ASSERT_NE(nullptr, found) << text.substr(0, 50);
+            EXPECT_EQ(verb, found->verb);
+            EXPECT_EQ(nullptr, findCommandVerb(humanInterface, text));
+        }
+        EXPECT_EQ(nullptr, findCommandVerb(controller, verb.substr(1)));
+        EXPECT_EQ(nullptr, findCommandVerb(controller, verb.substr(0, verb.size() - 1)));
+    }
+    EXPECT_STREQ("REQUEST_COMPONENT_CBIT",
+                 findCommandVerb(controller, "REQUEST_CBIT,REQUEST_COMPONENT_CBIT")->verb);
+}
+
 TEST(CommandVerbs, AllOtherSendersShareOne) {
     for (unsigned sender = 0; sender < 256; ++sender) {
         const auto server = static_cast<unsigned char>(sender);

@@ -97,6 +97,10 @@ TEST(GssipRoutes, OfThePntDevice) {
     expectRoutes(pntDevice, {{5001, {&ZephonServer::handleZP_Block5001, false}},
                              {5044, {&ZephonServer::handleZP_Block5044, false}},
                              {27532, {&ZephonServer::handleZP_PntdStatus, false}},
+                             {27533, {&ZephonServer::handleZP_PntdFaultReport, false}},
+                             {27534, {&ZephonServer::handleZP_PntdLogReport, false}},
+                             {27535, {&ZephonServer::handleZP_PntdBitStatus, false}},
+                             {27536, {&ZephonServer::handleZP_PntdFaultLabels, false}},
                              {27553, {&ZephonServer::handleZP_Block27553, false}},
                              {27561, {&ZephonServer::handleZP_PntConfigStatus, false}}});
 }
