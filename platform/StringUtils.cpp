@@ -50,10 +50,15 @@ void StringUtils::splitToChunks(const std::string& text, std::size_t chunkSize,
 }
 
 bool StringUtils::containsIgnoringCase(const std::string& text, const std::string& part) {
+    return findIgnoringCase(text, part) != std::string::npos;
+}
+
+std::size_t StringUtils::findIgnoringCase(const std::string& text, const std::string& part) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
     const auto alike = [lower](char a, char b) { return lower(a) == lower(b); };
-    return part.empty() ||
-           std::search(text.begin(), text.end(), part.begin(), part.end(), alike) != text.end();
+    const auto found = std::search(text.begin(), text.end(), part.begin(), part.end(), alike);
+    return found == text.end() && !part.empty() ? std::string::npos
+                                                : static_cast<std::size_t>(found - text.begin());
 }
 
 std::string StringUtils::join(const std::vector<std::string>& elements, char separator) {

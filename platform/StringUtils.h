@@ -35,6 +35,9 @@ public:
     /// characters are themselves.
     static bool containsIgnoringCase(const std::string& text, const std::string& part);
 
+    /// Where `part` first stands in the text, with the same notion of alike; npos if nowhere.
+    static std::size_t findIgnoringCase(const std::string& text, const std::string& part);
+
     /// The elements with `separator` between them.
     static std::string join(const std::vector<std::string>& elements, char separator);
 

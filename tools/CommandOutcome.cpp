@@ -23,7 +23,9 @@ int statusOf(std::string_view command, std::string_view answer) {
     const bool done = endsWith(answer, Words::Pass) || endsWith(answer, Words::Ack) ||
                       beginsWith(answer, "CURRENT_") ||
                       (verbOf(command) == Sys::CommandString::BitServerPing &&
-                       answer == ASPN2::ServerIds::ZephonServer_name);
+                       answer == ASPN2::ServerIds::ZephonServer_name) ||
+                      (verbOf(command) == Sys::CommandString::RequestPartNumbers &&
+                       beginsWith(answer, "PARTNUMBERS"));
     return done ? ExitStatus::Done : ExitStatus::Refused;
 }
 

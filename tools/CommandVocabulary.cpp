@@ -10,6 +10,8 @@ std::vector<Verb> const& vocabulary() {
     namespace Words = Sys::CommandString;
     static const std::vector<Verb> verbs{
         {Words::BitServerPing, Sender::Server, "", "asks for a sign of life", "the server's name"},
+        {Words::RequestPartNumbers, Sender::Server, "", "asks what the PNT device is built of",
+         "PARTNUMBERS; none until the device has told"},
         {Words::SystemModeLive, Sender::Server, "", "stamps records with live time", "_PASS"},
         {Words::SystemModeSim, Sender::Server, "", "stamps records with simulated time", "_PASS"},
         {Words::RequestComponentCBit, Sender::Server, "", "starts the component CBIT of the unit",

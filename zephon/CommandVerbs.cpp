@@ -17,6 +17,7 @@ using Match = CommandVerb::Match;
 constexpr std::array commonVerbs{
     CommandVerb{Match::WholeText, "START_ZEROIZE", &ZephonServer::startZeroize},
     CommandVerb{Match::WholeText, "START_DESTROY", &ZephonServer::startZeroize},
+    CommandVerb{Match::WholeText, "REQUEST_PARTNUMBERS", &ZephonServer::answerPartNumbers},
     CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_LIVE", &ZephonServer::selectLiveMode},
     CommandVerb{Match::WholeText, "SYSTEM_MODE_SELECT_SIMULATION",
                 &ZephonServer::selectSimulationMode},

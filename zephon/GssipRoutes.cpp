@@ -26,6 +26,7 @@ constexpr std::array pntDeviceRoutes{
     GssipRoute{27535, &ZephonServer::handleZP_PntdBitStatus, taken},
     GssipRoute{27536, &ZephonServer::handleZP_PntdFaultLabels, taken},
     GssipRoute{27553, &ZephonServer::handleZP_Block27553, taken},
+    GssipRoute{27558, &ZephonServer::handleZP_PntdIds, taken},
     GssipRoute{27561, &ZephonServer::handleZP_PntConfigStatus, taken},
 };
 

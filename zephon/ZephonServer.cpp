@@ -79,6 +79,7 @@ void ZephonServer::startServer() {
     HealthReporter::Instance().SendEvent(__FILE__, __LINE__, EventTypes::INFORMATION, text);
     std::cout << text + "\n" << std::flush;
     state_ = ReportedState::RUNNING;
+    requestPntdIds();
 }
 
 void ZephonServer::cancelTimers() {

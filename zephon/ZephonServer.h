@@ -43,8 +43,10 @@
 #include "zephon/SlipChannel.h"
 #include "zephon/StoredCommands.h"
 #include "zephon/StoredSettings.h"
+#include "zephon/SystemBuild.h"
 #include "zephon/TimeMark.h"
 #include "zephon/TimedProcedure.h"
+#include "zephon/VersionStatus.h"
 #include "zephon/Zeroize.h"
 
 struct Trevo5044Record;
@@ -69,7 +71,8 @@ public:
     using ReportedState = FACE::LCM::Meridane::ReportedState;
     using Clock = std::function<TimedProcedure::Clock::time_point()>;
 
-    /// `clock` times what a command starts and the server ends; any thread calls it.
+    /// `clock` times what a command starts and the server ends, and the requests for part numbers;
+    /// any thread calls it.
     explicit ZephonServer(Clock clock = TimedProcedure::Clock::now);
     ~ZephonServer() override;
     ZephonServer(ZephonServer const&) = delete;
@@ -212,10 +215,21 @@ public:
     CommandAnswer startComponentCbit(Command const& command);
     CommandAnswer startSystemCbit(Command const& command);
 
-    // ---- Answers and versions (ZephonServerVersions.cpp), listener threads --------------
+    // ---- Answers and versions (ZephonServerVersions.cpp), any thread that holds no lock -
 
     /// Takes what other servers answer on the topic Response.
     void cbRsp(aspn2_msgs::idl::CommandResponse const& record);
+    /// Handler of a verb, called by cbCmd.
+    CommandAnswer answerPartNumbers(Command const& command) EXCLUDES(versionMutex_);
+    /// Answers with the PNT device's identifiers. Until it has told them it is asked instead, and
+    /// the sender has to come again.
+    void sendPartNumbers(aspn2_msgs::idl::CommandResponse const& command) EXCLUDES(versionMutex_);
+    /// Asks the PNT device for its identifiers, message 27558.
+    void requestPntdIds() EXCLUDES(statusMutex_);
+    /// Handler of a message, called by cbGssip.
+    void handleZP_PntdIds(aspn2_msgs::idl::GSSIP const& record) EXCLUDES(versionMutex_);
+    /// Takes an event of any server: it may announce the server's build.
+    void handleEventVersioning(aspn2_msgs::idl::EventLog const& record) EXCLUDES(versionMutex_);
 
 private:
     /// The connections of the nine topics, in the order in which they are made.
@@ -398,6 +412,14 @@ private:
     void crm30000AckCallback(aspn2_msgs::idl::CommandResponse const& record, bool ok);
     void handleBlockEventLog(aspn2_msgs::idl::EventLog const& record);
     // Answers and versions (ZephonServerVersions.cpp).
+    /// Reads what is installed and compares it with what runs. False when the file can't be loaded;
+    /// then all stays as it is.
+    bool loadVersionInfo() EXCLUDES(versionMutex_);
+    /// Asks the alternate navigation unit for the PNT device's part numbers until it has told them.
+    /// What is raised there is an event, and ends the thread.
+    void requestPartNumbersThread() EXCLUDES(versionMutex_);
+    bool knowsPntdVersions() EXCLUDES(versionMutex_);
+    void requestPartNumbers();
     void takePntdVersions(std::string const& text) EXCLUDES(versionMutex_);
 
     template <typename Message>
@@ -450,6 +472,8 @@ private:
 
     platform::Mutex versionMutex_;
     PartNumbers partNumbers_ GUARDED_BY(versionMutex_);
+    SystemBuild systemBuild_ GUARDED_BY(versionMutex_);
+    VersionStatus pntdIds_ GUARDED_BY(versionMutex_);
 
     // The box's built-in test has failed. Written by the callback of BitReport, read by the threads
     // that take and send time marks.
@@ -483,6 +507,7 @@ private:
     // Set by main's thread, read by the server's own threads, which main's alone starts and joins.
     std::atomic<bool> stopThreads_{false};
     std::thread periodicThread_;
+    std::thread partNumbersThread_;
 
     // Owned here, self-synchronised. The destructor gives them up in an order of its own.
     std::shared_ptr<FACE::MX_Config> transportConfig_;

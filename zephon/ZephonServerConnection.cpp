@@ -141,11 +141,13 @@ void ZephonServer::Framework_Connect(FACE::String const& /*file*/, ReturnCode::V
     startReporters();
     connectLinks();
     announce();
+    const bool versionsLoaded = loadVersionInfo();
     configureComPortInfo();  // before the links run: the replay is the first that leaves link 1
     const bool superUserLoaded = loadSuperUserInfo();
     const bool hotStartLoaded = loadHotStartInfo();
     FpgaFace::fpga_set_periph_control(serverPeripheral, 1);
-    code = superUserLoaded && hotStartLoaded ? ReturnCode::NO_ERROR : ReturnCode::INVALID_CONFIG;
+    code = versionsLoaded && superUserLoaded && hotStartLoaded ? ReturnCode::NO_ERROR
+                                                               : ReturnCode::INVALID_CONFIG;
 }
 
 bool ZephonServer::connectTransport() {

@@ -12,7 +12,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// Also how long a STOP waits for the thread, at most.
+// Also how long a STOP waits for each thread, at most.
 constexpr milliseconds periodicRound{100};
 constexpr seconds sincgarsDuration{45};
 constexpr seconds hotStartDuration{30};
@@ -23,12 +23,17 @@ void ZephonServer::startThreads() {
     stopThreads_ = false;
     periodicThread_ = std::thread([this] { periodicThreadFunction(); });
     pthread_setname_np(periodicThread_.native_handle(), "periodic");
+    partNumbersThread_ = std::thread([this] { requestPartNumbersThread(); });
+    pthread_setname_np(partNumbersThread_.native_handle(), "part-numbers");
 }
 
 void ZephonServer::stopThreads() {
     stopThreads_ = true;
     if (periodicThread_.joinable()) {
         periodicThread_.join();
+    }
+    if (partNumbersThread_.joinable()) {
+        partNumbersThread_.join();
     }
 }
 

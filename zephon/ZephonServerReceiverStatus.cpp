@@ -31,6 +31,7 @@ void ZephonServer::cbEventLog(EventLog const& record) {
     if (config_.debug) {
         std::cout << "Recvd EventLog: " + record.eventlog() + "\n" << std::flush;
     }
+    handleEventVersioning(record);
     if (ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id())) ==
         ServerIds::Trevo) {
         handleBlockEventLog(record);

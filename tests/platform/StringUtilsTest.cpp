@@ -126,6 +126,13 @@ TEST(StringUtils, FindsAPartInEitherCase) {
     EXPECT_FALSE(StringUtils::containsIgnoringCase("", "word"));
 }
 
+TEST(StringUtils, TellsWhereAPartFirstStands) {
+    EXPECT_EQ(2U, StringUtils::findIgnoringCase("a Word, a word", "wORD"));
+    EXPECT_EQ(0U, StringUtils::findIgnoringCase("word", "WORD"));
+    EXPECT_EQ(0U, StringUtils::findIgnoringCase("", ""));
+    EXPECT_EQ(std::string::npos, StringUtils::findIgnoringCase("wor", "word"));
+}
+
 TEST(StringUtils, FindsNoPartThatDiffersInMoreThanTheCaseOfLetters) {
     EXPECT_FALSE(StringUtils::containsIgnoringCase("a@b", "a`b"));
     EXPECT_FALSE(StringUtils::containsIgnoringCase("a[b", "a{b"));

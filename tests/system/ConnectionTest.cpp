@@ -162,6 +162,7 @@ TEST_F(Connection, AnnouncesItselfOnTheEventLog) {
     }
     EXPECT_THAT(texts, ElementsAre("//aspn://CORVANE/ZephonServer:" ZEPHON_BUILD_STAMP "/",
                                    StartsWith("ZephonServer XPN: 074-8125-600B  "),
+                                   StartsWith("PartNumbers\nBSP PN: 074-8125-001\n"),
                                    "ZephonServer started successfully.",
                                    "ZephonServer stopped successfully."));
 }
@@ -169,10 +170,10 @@ TEST_F(Connection, AnnouncesItselfOnTheEventLog) {
 TEST_F(Connection, TellsALateReaderWhatCameBeforeIt) {
     start();
     EventReader const events(*bench);
-    ASSERT_TRUE(events.waitForCount(3)) << events.report();
+    ASSERT_TRUE(events.waitForCount(4)) << events.report();
     EXPECT_EQ("//aspn://CORVANE/ZephonServer:" ZEPHON_BUILD_STAMP "/", events.all()[0].text);
     EXPECT_EQ(0, events.all()[0].header.sequence);
-    EXPECT_EQ("ZephonServer started successfully.", events.all()[2].text);
+    EXPECT_EQ("ZephonServer started successfully.", events.all()[3].text);
     stop();
 }
 

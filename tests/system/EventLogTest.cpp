@@ -22,6 +22,15 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 
 constexpr std::uint16_t startedCommand = 27530;
+
+/// How often a link has carried the message that the server has started.
+std::size_t countStarts(bench::UnitModel const& unit) {
+    std::size_t count = 0;
+    for (auto const& logged : unit.frames(startedCommand)) {
+        count += logged.frame.data.at(4) == 4 ? 1 : 0;
+    }
+    return count;
+}
 constexpr std::int64_t instant = 1'790'000'000'000'000'000;  // Unix time, nanoseconds
 constexpr std::int64_t information = 2;
 constexpr std::int64_t failure = 3;
@@ -93,7 +102,7 @@ TEST_F(EventLog, TellsTheFirstTimeOutAsInformationAndTheSecondAsFailure) {
     expectFailure(line + "(2nd) Zephon3 (27530) (1)");
     EXPECT_TRUE(bench.unit(3).waitForFrames(startedCommand, 2, 20s)) << bench.report();
     stop();
-    EXPECT_EQ(2U, bench.unit(3).frames(startedCommand).size());
+    EXPECT_EQ(2U, countStarts(bench.unit(3)));
 }
 
 TEST_F(EventLog, TellsWhatTheUnitTookAsDamaged) {
@@ -116,7 +125,7 @@ TEST_F(EventLog, TellsWhatTheUnitRejected) {
          {}});
     expectFailure("ZephonServer: protocolThreadFunction() GSSIP MSG REJECTED (27530) (1)");
     stop();
-    EXPECT_EQ(1U, bench.unit(3).frames(startedCommand).size());
+    EXPECT_EQ(1U, countStarts(bench.unit(3)));
 }
 
 TEST_F(EventLog, TellsDamagedFramesOfEveryLinkAndCountsThemByLink) {
@@ -188,7 +197,7 @@ TEST_F(EventLog, StaysQuietWhileNothingGoesWrong) {
     stop();
     ASSERT_TRUE(events.waitFor("stopped successfully.")) << events.report();
     // But for an ACK that came too late, on a machine that stood still for a while.
-    EXPECT_EQ(4U, events.all().size() - events.count("PROTOCOL TIMEOUT")) << events.report();
+    EXPECT_EQ(5U, events.all().size() - events.count("PROTOCOL TIMEOUT")) << events.report();
 }
 
 }  // namespace

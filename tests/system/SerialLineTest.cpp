@@ -22,6 +22,15 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr std::uint16_t startedCommand = 27530;
+
+/// How often a link has carried the message that the server has started.
+std::size_t countStarts(bench::UnitModel const& unit) {
+    std::size_t count = 0;
+    for (auto const& logged : unit.frames(startedCommand)) {
+        count += logged.frame.data.at(4) == 4 ? 1 : 0;
+    }
+    return count;
+}
 constexpr std::int64_t instant = 1'790'000'000'000'000'000;  // Unix time, nanoseconds
 
 class SerialLine : public testing::Test {
@@ -78,8 +87,8 @@ TEST_F(SerialLine, TheStartIsToldToThePntDeviceOnLinkThree) {
     EXPECT_THAT(bench.unit(2).frames(startedCommand), IsEmpty());
     stop();
     // Its ACK ends the matter, unless it came too late and the link sent the message again.
-    EXPECT_EQ(bench.unit(3).frames(startedCommand).size() > 1,
-              bench.server().countLines("GSSIP PROTOCOL TIMEOUT (1st) Zephon3") > 0)
+    EXPECT_TRUE(countStarts(bench.unit(3)) == 1 ||
+                bench.server().countLines("GSSIP PROTOCOL TIMEOUT (1st) Zephon3") > 0)
         << bench.report();
 }
 
@@ -95,7 +104,7 @@ TEST_F(SerialLine, AnUnansweredMessageIsSentTwiceAndToldTwice) {
                           "Zephon3 (27530) (0)\n"));
     EXPECT_TRUE(bench.unit(3).waitForFrames(startedCommand, 2, 20s)) << bench.report();
     stop();
-    EXPECT_EQ(2U, bench.unit(3).frames(startedCommand).size());
+    EXPECT_EQ(2U, countStarts(bench.unit(3)));
 }
 
 TEST_F(SerialLine, ANakIsToldAndTheMessageSentOnceMore) {

@@ -17,6 +17,8 @@ TEST(CommandOutcome, CountsPassAckAndCurrentAsDone) {
 TEST(CommandOutcome, CountsTheServersNameAsDoneForAPingOnly) {
     EXPECT_EQ(0, statusOf("BITSERVER_PING", "ZephonServer"));
     EXPECT_EQ(1, statusOf("BITSERVER_PING", "HalvorServer"));
+    EXPECT_EQ(0, statusOf("REQUEST_PARTNUMBERS", "PARTNUMBERS,SW1:1.2"));
+    EXPECT_EQ(1, statusOf("BITSERVER_PING", "PARTNUMBERS,SW1:1.2"));
     EXPECT_EQ(1, statusOf("INIT_HOTSTART", "ZephonServer"));
 }
 

@@ -21,7 +21,8 @@ Command makeCommand(CommandResponse& record, std::string const& text) {
 
 // What only its whole text names.
 const std::set<std::string> wholeTexts{"SYSTEM_MODE_SELECT_LIVE", "SYSTEM_MODE_SELECT_SIMULATION",
-                                       "BITSERVER_PING", "START_ZEROIZE", "START_DESTROY"};
+                                       "BITSERVER_PING",          "START_ZEROIZE",
+                                       "START_DESTROY",           "REQUEST_PARTNUMBERS"};
 
 TEST(CommandVerbs, AVerbOfTheWholeTextTakesNothingBesideIt) {
     for (auto const& verb : wholeTexts) {

@@ -102,6 +102,7 @@ TEST(GssipRoutes, OfThePntDevice) {
                              {27535, {&ZephonServer::handleZP_PntdBitStatus, false}},
                              {27536, {&ZephonServer::handleZP_PntdFaultLabels, false}},
                              {27553, {&ZephonServer::handleZP_Block27553, false}},
+                             {27558, {&ZephonServer::handleZP_PntdIds, false}},
                              {27561, {&ZephonServer::handleZP_PntConfigStatus, false}}});
 }
 

@@ -1,7 +1,9 @@
 // What a command starts and time ends, in a server of this process whose clock the test sets.
 
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -50,6 +52,9 @@ class ServerPeriodic : public CommandFixture {
 protected:
     ServerPeriodic() {
         server = std::make_unique<ZephonServer>([this] {
+            if (isAskingForPartNumbers()) {
+                return SteadyClock::time_point();  // not what is tested here
+            }
             ++looks_;
             if (trouble_ == Trouble::Standard) {
                 throw std::runtime_error("the clock has stopped");
@@ -80,6 +85,13 @@ protected:
         record.command_identifier(identifier);
         server->cbCmd(record);
         return record;
+    }
+
+    /// Whether the calling thread is the one of the server that asks for part numbers.
+    static bool isAskingForPartNumbers() {
+        std::array<char, 16> name{};
+        pthread_getname_np(pthread_self(), name.data(), name.size());
+        return std::string(name.data()) == "part-numbers";
     }
 
     /// Whether it starts or ends something at a virtual unit.

@@ -72,7 +72,7 @@ protected:
         server->cbGssip(makeRecord(makeDeviceStatus(kind, result), pntDevice));
     }
 
-    /// Expects these frames on link 3 behind the one of the start, and no others.
+    /// Expects these frames on link 3 behind the two of the start, and no others.
     void expectOrders(std::vector<UnitFrame> expected) {
         const UnitFrame last = makeOrder(99);
         auto message = std::make_shared<Generic_MSID_Msg>();
@@ -80,7 +80,7 @@ protected:
         ASSERT_TRUE(message->OkSetContent(bytes.data(), static_cast<unsigned short>(bytes.size())));
         server->sendToPntdBitPort(message);
         ASSERT_TRUE(waitForFrame(bench.unit(3), last)) << bench.report();
-        std::vector<FrameBytes> frames{makeOrder(4).encode()};
+        std::vector<FrameBytes> frames{makeOrder(4).encode(), makeOrder(6).encode()};
         for (auto const& frame : expected) {
             frames.push_back(frame.encode());
         }

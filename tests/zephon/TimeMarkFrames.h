@@ -39,12 +39,13 @@ inline std::vector<std::string> const engineLines{
     "GPS PAP_Boot_XPN: 064-1111-001A", "GPS PSP_Boot_XPN: 064-2222-002B",
     "GPS FPGA_XPN: 064-3333-003C", "GPS BSL_XPN: 064-4444-004DE"};
 
-/// What message 15053 tells beside the engine's numbers.
+/// What message 15053 tells beside the engine's numbers; unless changed, what the example
+/// configuration gives on the bench before any other has told something.
 struct ToldNumbers {
     std::string systemBuild = "ACQUIRING";
-    std::string vhdl;
+    std::string vhdl = "074-8125-002";
     std::string bsp;
-    std::string application = "00000";
+    std::string application = "074-8125-600";
     std::string pntdSoftware;
     std::string pntdFirmware;
     std::string pntdSerialNumber;

@@ -13,7 +13,8 @@
 #include "tests/zephon/UnitFrames.h"
 #include "zephon/ZephonServer.h"
 
-/// A server in this process, on the bench's devices.
+/// A server in this process, on the bench's devices. Its clock stands still, so that nothing comes
+/// by time; a test for which time passes makes its own server.
 class ZephonServerFixture : public testing::Test {
 protected:
     using ReturnCode = FACE::RETURN_CODE_TYPE;
@@ -83,5 +84,6 @@ protected:
 
     bench::Bench bench;
     std::string file;
-    std::unique_ptr<ZephonServer> server = std::make_unique<ZephonServer>();
+    std::unique_ptr<ZephonServer> server =
+        std::make_unique<ZephonServer>([] { return TimedProcedure::Clock::time_point(); });
 };
