@@ -113,12 +113,13 @@ Disturbances::Disturbances(bench::Bench& bench)
     }
 }
 
-void Disturbances::next() {
+char const* Disturbances::next() {
     Row const& row = rows()[next_];
     Count& count = counts_[next_];
     ++count.tried;
     count.told += (this->*row.make)() ? 1 : 0;
     next_ = (next_ + 1) % rows().size();
+    return row.name;
 }
 
 bool Disturbances::command(std::string const& text, std::string const& answer) {

@@ -49,8 +49,8 @@ public:
         std::uint64_t told = 0;
     };
 
-    /// Makes the next one and waits until it is told.
-    void next();
+    /// Makes the next one and waits until it is told. Answers its name.
+    char const* next();
 
     std::vector<Count> const& counts() const { return counts_; }
 

@@ -152,9 +152,14 @@ bool run(Options const& options) {
         return std::chrono::duration<double>(Clock::now() - begin).count();
     };
     double const step = options.seconds / samples;
+    std::uint64_t known = 0;  // pairs that are missing
     while (since() < options.seconds) {
-        disturbances.next();
+        char const* const name = disturbances.next();
         ledger.settle(Clock::now());
+        if (auto const missing = ledger.totals().missing; missing != known) {
+            fmt::print("{:>7.0f} s  {} pairs missing, {}\n", since(), missing - known, name);
+            known = missing;
+        }
         if (taken.empty() || since() >= taken.back().seconds + step) {
             taken.push_back({since(), readProcessMemory(server->server().pid())});
             print(taken.back());
