@@ -278,6 +278,16 @@ TEST_F(ServerBit, EachFaultedTestBecomesAMaintenanceEvent) {
     EXPECT_EQ(0U, log.waiting());
 }
 
+TEST_F(ServerBit, WhatTheUnitSendsOnItsBitPortIsPublishedByName) {
+    MaintenanceLog log(bench);
+    startAll();
+    const EventReader events(bench);
+    bench.unit(3).send(makeLabels({{2, 17, "FAN BLOCKED."}}));
+    bench.unit(3).send(makeBitStatus(4, {entry(2, 1, 17)}));
+    EXPECT_STREQ("BBIT Tst: 17 Intrm: FAN BLOCKED.", log.next().description().data());
+    expectEvent(events, 3, "ZephonServer: PNTD BIT= SYS:Pass POST:Pass BBIT:Fail CBIT:Pass");
+}
+
 TEST_F(ServerBit, ACountBeyondWhatArrivedReadsNoEntryMore) {
     MaintenanceLog log(bench);
     OutputCapture output;
