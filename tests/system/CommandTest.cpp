@@ -1,11 +1,9 @@
 // Commands from another process, and what the real server answers and does: one verb of each kind.
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "tests/system/EventReader.h"
-#include "tests/system/FakeSlipTools.h"
 #include "tests/system/QueueFixture.h"
 #include "tests/system/ResponseReader.h"
 
@@ -111,12 +109,8 @@ TEST_F(Command, SincgarsStartsAtTwoVirtualUnitsAtOnce) {
 }
 
 TEST_F(Command, AZeroizeIsAnsweredByTheUnitOrByItsTimeAndSlipByTheDevice) {
-    const FakeSlipTools tools(bench.folder().path());
-    const std::string path = std::getenv("PATH");
-    setenv("PATH", tools.path().c_str(), 1);
     bench.configuration().set("ZephonServer", "PARAM_5", "5");
     startWithCommander();
-    setenv("PATH", path.c_str(), 1);
     const EventReader events(bench);
     const auto waitForOrder = [this](std::uint16_t order) {
         return bench.unit(3).waitForFrames(1, patience, [order](bench::LoggedFrame const& frame) {
@@ -139,7 +133,8 @@ TEST_F(Command, AZeroizeIsAnsweredByTheUnitOrByItsTimeAndSlipByTheDevice) {
     command("PNTD_SLIP");
     EXPECT_TRUE(waitForOrder(7)) << bench.report();
     bench.unit(3).send({27532, 0x8000, {0, 0, 0, 0, 3, 1, 0, 0, 0}});
-    EXPECT_TRUE(tools.waitForCall("slattach -s 921600 -p slip -L /dev/ttyS5")) << tools.calls();
+    EXPECT_TRUE(bench.slipTools().waitForCall("slattach -s 921600 -p slip -L /dev/ttyS5"))
+        << bench.slipTools().calls();
     expectAnswers({"START_ZEROIZE_ACK", "COMPONENT_ZEROIZE_PASS", "START_DESTROY_ACK",
                    "COMPONENT_DESTROY_FAIL", "START_ZEROIZE_NACK", "COMPONENT_DESTROY_PASS",
                    "PNTD_SLIP_PASS"});

@@ -1,15 +1,11 @@
 // Each example of docs/commands.md, in order, with the real server.
 
-#include <cstdint>
 #include <fstream>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "bench/TemporaryFolder.h"
 #include "gmock/gmock.h"
-#include "tests/system/FakeSlipTools.h"
 #include "tests/tools/Zephonctl.h"
 #include "tools/CommandVocabulary.h"
 
@@ -61,20 +57,8 @@ TEST(CommandsPage, HasAnExampleForEachVerb) {
 
 TEST(CommandsPage, ShowsWhatTheServerAnswers) {
     // The PNT device obeys each command at once: it is sanitized, its side of SLIP is open.
-    bench::TemporaryFolder folder;
-    const FakeSlipTools tools(folder.path());
-    std::unique_ptr<bench::Bench> started;
-    bench::Bench::Options options;
-    options.environment["PATH"] = tools.path();
-    options.units[2].observer = [&started](bench::LoggedFrame const& frame) {
-        if (frame.frame.id == 27530) {
-            for (const std::uint16_t kind : {std::uint16_t{2}, std::uint16_t{3}}) {
-                started->unit(3).send({27532, 0x8000, {0, 0, 0, 0, kind, 1, 0, 0, 0}});
-            }
-        }
-    };
-    started = std::make_unique<bench::Bench>(std::move(options));
-    bench::Bench& bench = *started;
+    bench::Bench bench;
+    bench.pntDevice().change([](bench::PntDevice::State& state) { state.answering = true; });
     bench.start();
     ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
     for (auto const& example : readPage().examples) {

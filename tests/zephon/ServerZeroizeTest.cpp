@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "tests/system/EventReader.h"
-#include "tests/system/FakeSlipTools.h"
 #include "tests/system/Waiting.h"
 #include "tests/zephon/CommandFixture.h"
 
@@ -314,11 +313,11 @@ TEST_F(ServerZeroize, AStormOfStartsAndStatusesIsAnsweredExactly) {
 
 class ServerSlip : public UnitCommands {
 protected:
-    ServerSlip() : tools(bench.folder().path()) { setenv("PATH", tools.path().c_str(), 1); }
+    ServerSlip() { setenv("PATH", tools.path().c_str(), 1); }
     ~ServerSlip() override { setenv("PATH", path.c_str(), 1); }
 
     const std::string path = std::getenv("PATH");
-    FakeSlipTools tools;
+    bench::FakeSlipTools const& tools = bench.slipTools();
 };
 
 TEST_F(ServerSlip, PassesWhenTheDeviceOpensItsSide) {
