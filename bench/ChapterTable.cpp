@@ -9,7 +9,7 @@
 namespace bench {
 namespace {
 
-constexpr std::size_t whatWidth = 38;
+constexpr std::size_t whatWidth = 40;
 constexpr std::size_t textWidth = 40;
 
 /// The text on one line of at most `width` characters.

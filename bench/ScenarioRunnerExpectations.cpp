@@ -27,6 +27,13 @@ std::string describe(const Observation& seen) {
                        : "");
 }
 
+/// The same for the table of the chapters, where there is little room.
+std::string brief(const Observation& seen) {
+    return seen.text.empty()
+               ? fmt::format("frame {}, {} words", seen.frame.id, seen.frame.data.size())
+               : printable(seen.text);
+}
+
 }  // namespace
 
 void ScenarioRunner::carryOut(const action::Expect& step) {
@@ -162,7 +169,7 @@ std::string ScenarioRunner::expectObservation(const std::string& source,
         throw StepFailure(reason);
     }
     due_ = Clock::now();
-    return step.absent ? "none" : describe(taken);
+    return step.absent ? "none" : brief(taken);
 }
 
 }  // namespace bench

@@ -123,17 +123,18 @@ TEST(ChapterTable, AChapterCountsItsExpectationsAndShowsThoseWithACaption) {
     book.begin(begin + 2s);
     book.met(expectation(scenario, 9), "exit 0");
     book.end(begin + 5s, false);
-    EXPECT_EQ(chapterTable(book.results()),
-              "  what                                    expected                                  "
-              "seen                                      ok\n"
-              "\nMorning: as expected, 2 of 2 expectations in 1.5 s\n"
-              "  it is ready                             line ready                                "
-              "\"ready\"                                   yes\n"
-              "\nNoon: as expected, 1 of 1 expectations in 0.5 s\n"
-              "  a frame                                 link1 frame 5                             "
-              "frame 5                                   yes\n"
-              "\nNight: as expected, 1 of 1 expectations in 3.0 s\n"
-              "\n3 of 3 chapters and 4 of 4 expectations were as expected.\n");
+    EXPECT_EQ(
+        chapterTable(book.results()),
+        "  what                                      expected                                  "
+        "seen                                      ok\n"
+        "\nMorning: as expected, 2 of 2 expectations in 1.5 s\n"
+        "  it is ready                               line ready                                "
+        "\"ready\"                                   yes\n"
+        "\nNoon: as expected, 1 of 1 expectations in 0.5 s\n"
+        "  a frame                                   link1 frame 5                             "
+        "frame 5                                   yes\n"
+        "\nNight: as expected, 1 of 1 expectations in 3.0 s\n"
+        "\n3 of 3 chapters and 4 of 4 expectations were as expected.\n");
 }
 
 TEST(ChapterTable, AFailedStepIsShownAndWhatFollowsWasNotReached) {
@@ -144,7 +145,7 @@ TEST(ChapterTable, AFailedStepIsShownAndWhatFollowsWasNotReached) {
     book.end(ChapterBook::Clock::time_point{1s}, false);
     const std::string table = chapterTable(book.results());
     EXPECT_NE(table.find("Morning: FAILED, 0 of 2 expectations in 1.0 s\n"
-                         "  line 4                                  line up "),
+                         "  line 4                                    line up "),
               std::string::npos)
         << table;
     EXPECT_NE(table.find(" it did not come; what came at last:       NO\n"), std::string::npos)
@@ -177,7 +178,7 @@ TEST(ChapterTable, LongTextsAreCutAndStrangeOnesMadePlain) {
     results[0].checks.push_back({std::string(50, 'w'), std::string(50, 'e'), "a\033[31m", true});
     const std::string table = chapterTable(results);
     EXPECT_NE(
-        table.find("  " + std::string(35, 'w') + "...  " + std::string(37, 'e') + "...  a.[31m  "),
+        table.find("  " + std::string(37, 'w') + "...  " + std::string(37, 'e') + "...  a.[31m  "),
         std::string::npos)
         << table;
 }
