@@ -33,16 +33,16 @@ TopicPeer::Role makerOf(std::string_view topic, std::int64_t source) {
     if (topic == BitRecord::topic) {
         return Role::BitServer;
     }
-    if (topic == PntRecord::topic || source == PntRecord::fusionNavigator) {
-        return Role::FusionNavigator;
-    }
-    return topic == UtcRecord::topic ? Role::ClockDevice : Role::AltNavUnit;
+    const bool ofAltNavUnit =
+        topic == PositionVelocityRecord::topic ||
+        (topic == GpsTimeRecord::topic && source != PntRecord::fusionNavigator);
+    return ofAltNavUnit ? Role::AltNavUnit : Role::ClockAndNavigator;
 }
 
 /// True for those whose records make the pairs of a stream.
 bool isOfStream(TopicPeer::Role role) {
     using Role = TopicPeer::Role;
-    return role == Role::ClockDevice || role == Role::FusionNavigator || role == Role::All;
+    return role == Role::ClockAndNavigator || role == Role::All;
 }
 
 /// A record with nothing but its time of validity.
@@ -81,7 +81,7 @@ void ScenarioPeers::start(const Scenario& scenario) {
         roles = {Role::All};
     } else {
         if (scenario.publishesSolutions()) {
-            roles.insert(roles.end(), {Role::ClockDevice, Role::FusionNavigator});
+            roles.push_back(Role::ClockAndNavigator);
         }
         if (scenario.publishesAltNavigation()) {
             roles.push_back(Role::AltNavUnit);

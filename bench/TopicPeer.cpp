@@ -27,6 +27,7 @@ const char* nameOf(TopicPeer::Role role) {
         case TopicPeer::Role::FusionNavigator:
             return "FusionNavigator";
         case TopicPeer::Role::Both:
+        case TopicPeer::Role::ClockAndNavigator:
             return "ClockAndNavigator";
         case TopicPeer::Role::AltNavUnit:
             return "AltNavUnit";
@@ -66,6 +67,8 @@ Topics topicsOf(TopicPeer::Role role) {
             return {{pnt, utc, gpsTime}, {pnt}, {}};
         case TopicPeer::Role::Both:
             return {{utc, pnt}, {utc, pnt}, {}};
+        case TopicPeer::Role::ClockAndNavigator:
+            return {{utc, pnt, gpsTime}, {utc, pnt}, {}};
         case TopicPeer::Role::AltNavUnit:
             return {{position, gpsTime}, {position, gpsTime}, {}};
         case TopicPeer::Role::EventLogger:

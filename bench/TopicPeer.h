@@ -39,6 +39,9 @@ public:
         ClockDevice,
         FusionNavigator,
         Both,  ///< clock device and fusion navigator, solutions only
+        /// The same with all that the navigator tells. From one process the records of an instant
+        /// leave before those of the next, however busy the machine is.
+        ClockAndNavigator,
         AltNavUnit,
         EventLogger,
         HumanInterface,
