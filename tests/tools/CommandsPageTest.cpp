@@ -61,6 +61,7 @@ TEST(CommandsPage, ShowsWhatTheServerAnswers) {
     bench.pntDevice().change([](bench::PntDevice::State& state) { state.answering = true; });
     bench.start();
     ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
+    bench.pntDevice().sendIds();  // asked for them at the start, it may have been too early
     for (auto const& example : readPage().examples) {
         const bench::ChildProcess shell(
             "/bin/bash",
