@@ -30,8 +30,8 @@ public:
     explicit Program(std::vector<std::string> arguments)
         : ChildProcess(programFolder() / "zephon-bench", options(std::move(arguments))) {}
 
-    int status() const {
-        const auto exit = wait(deadline);
+    int status(std::chrono::milliseconds timeout = deadline) const {
+        const auto exit = wait(timeout);
         return exit && exit->signal == 0 ? exit->status : -1;
     }
 
@@ -54,8 +54,19 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(ZephonBench, PlaysTheDemoForTheGivenTimeWhenNothingElseIsAsked) {
+TEST_F(ZephonBench, PlaysTheDemosDayWhenNothingElseIsAsked) {
     const Program program({"--duration", "1", "--rate", "5"});
+    EXPECT_EQ(program.status(4min), 0) << program.output();
+    const std::string output = program.standardOutput();
+    EXPECT_THAT(output, HasSubstr("\nA zeroize by each of its roads: as expected, "));
+    EXPECT_THAT(output, HasSubstr("\n11 of 11 chapters and "));
+    EXPECT_THAT(output, HasSubstr("\n    wrong                     0\n"));
+    EXPECT_THAT(output, HasSubstr("\n    missing                   0\n"));
+    EXPECT_THAT(output, HasSubstr("All went well."));
+}
+
+TEST_F(ZephonBench, PlaysTheNavigationForTheGivenTime) {
+    const Program program({"--scenario", example("navigation"), "--duration", "1", "--rate", "5"});
     EXPECT_EQ(program.status(), 0) << program.output();
     const std::string output = program.standardOutput();
     EXPECT_THAT(output, HasSubstr("stream 5 for 1s"));
@@ -71,8 +82,8 @@ TEST_F(ZephonBench, PlaysTheDemoForTheGivenTimeWhenNothingElseIsAsked) {
     EXPECT_THAT(output, HasSubstr("All went well."));
 }
 
-TEST_F(ZephonBench, EndsTheDemoInOrderOnCtrlC) {
-    Program program({"--scenario", example("demo"), "--set", "rate=5"});
+TEST_F(ZephonBench, EndsTheNavigationInOrderOnCtrlC) {
+    Program program({"--scenario", example("navigation"), "--set", "rate=5"});
     ASSERT_TRUE(program.waitForLines(" pairs right", 3, deadline)) << program.output();
     ASSERT_TRUE(program.signal(SIGINT));
     EXPECT_EQ(program.status(), 0) << program.output();
