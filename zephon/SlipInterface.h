@@ -7,7 +7,7 @@
 
 /// The computer's side of the SLIP channel: the shell commands that bring its interface up.
 
-/// Runs a command line; the result is that of `system`, 0 for one that ended well.
+/// Runs a command line; the result is 0 for one that ended well.
 using RunCommand = std::function<int(std::string const& line)>;
 
 /// Hears what went wrong, in a few words.

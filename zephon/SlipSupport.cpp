@@ -1,8 +1,8 @@
 #include <chrono>
-#include <cstdlib>
 #include <iostream>
 
 #include "messages/PntdMessages.h"
+#include "platform/ShellCommand.h"
 #include "zephon/SlipInterface.h"
 #include "zephon/ZephonServer.h"
 
@@ -27,8 +27,8 @@ void ZephonServer::createSLIPChannel(CommandResponse const& command, ePntd_ProgS
     requestSLIP(start);
     slip_.settleComputerSide(openSlipInterface(
         start,
-        // NOLINTNEXTLINE(cert-env33-c): constant lines; the shell finds the tools on the path
-        [](std::string const& line) { return std::system(line.c_str()); },
+        // Nobody waits for the answer longer, and a stop of the server must not either.
+        [](std::string const& line) { return runShellCommand(line, slipTimeout); },
         [this](char const* what) {
             if (config_.debug) {
                 std::cerr << name_ + " : " + what + "\n";

@@ -406,6 +406,14 @@ TEST_F(ServerSlip, FailsOnceAfterTenSecondsWhenTheDeviceIsSilentAlsoOnceTheServe
     expectAnswers({"PNTD_SLIP_FAIL"});
 }
 
+TEST_F(ServerSlip, AnIfconfigThatHangsIsEndedWithTheTime) {
+    tools.holdIfconfig();
+    startAll();
+    command("PNTD_SLIP");  // returns though nobody releases it
+    tellDevice(kindSlip, 1);
+    expectAnswers({"PNTD_SLIP_FAIL"});
+}
+
 TEST_F(ServerSlip, ACommandThatAnotherReplacesIsAnsweredToo) {
     startAll();
     tellDevice(kindSlip, 1);  // of nobody's command
