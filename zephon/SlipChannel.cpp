@@ -9,7 +9,12 @@ void SlipChannel::begin(Record const& command, std::chrono::nanoseconds limit) {
     isPNTDSideOpen_ = Side::Pending;
     isMXSideOpen_ = Side::Pending;
     answerOwed_ = true;
-    slipReadyTimer_.startWatchdog(limit, [this] { answerWhatIsOwed(); });
+    try {
+        slipReadyTimer_.startWatchdog(limit, [this] { answerWhatIsOwed(); });
+    } catch (...) {
+        answerWhatIsOwed();
+        throw;
+    }
 }
 
 void SlipChannel::settleComputerSide(bool open) {
@@ -23,6 +28,7 @@ void SlipChannel::settleDeviceSide(bool open) {
 void SlipChannel::cancel() {
     const MutexLock lock(mutex_);
     slipReadyTimer_.cancelWatchdog();
+    answerOwed_ = false;
 }
 
 void SlipChannel::settle(std::atomic<Side>& side, bool open) {

@@ -30,12 +30,14 @@ public:
     explicit SlipChannel(Answer answer) : answer_(std::move(answer)) {}
 
     /// Begins anew with both sides pending. A command that still waits is answered as it stands.
+    /// Without a thread for the time this one is answered at once, and the exception goes on.
     void begin(Record const& command, std::chrono::nanoseconds limit) EXCLUDES(mutex_);
 
     void settleComputerSide(bool open) EXCLUDES(mutex_);
     void settleDeviceSide(bool open) EXCLUDES(mutex_);
 
-    /// Stops the time, without an answer. An answer that is just given has been when this returns.
+    /// Stops the time; from now on there is no answer, also when both sides get settled. An answer
+    /// that is just given has been when this returns.
     void cancel() EXCLUDES(mutex_);
 
 private:

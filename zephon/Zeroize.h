@@ -33,7 +33,9 @@ public:
     explicit Zeroize(Answer answer) : answer_(std::move(answer)) {}
 
     /// Takes a command. `tell(accepted)` is called at once; of one that is accepted `order()` is
-    /// called when the time runs. Both under the lock.
+    /// called when the time runs. Both under the lock. Without a thread for the time, the unit is
+    /// ordered all the same, the answer is at once that the time has ended, and the exception goes
+    /// on to the caller.
     template <typename Tell, typename Order>
     void start(Record const& command, std::chrono::nanoseconds limit, Tell tell, Order order)
         EXCLUDES(mutex_) {
@@ -44,7 +46,15 @@ public:
         if (accepted) {
             zeroizeCommand_ = command;
         }
-        zeroizeWatchdog_.startWatchdog(limit, [this] { generateSendZeroizeFailed(); });
+        try {
+            zeroizeWatchdog_.startWatchdog(limit, [this] { generateSendZeroizeFailed(); });
+        } catch (...) {
+            if (accepted) {
+                order();
+            }
+            generateSendZeroizeFailed();
+            throw;
+        }
         if (accepted) {
             order();
         }

@@ -4,10 +4,12 @@
 #include <chrono>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 #include "gmock/gmock.h"
+#include "tests/platform/NoNewThreads.h"
 #include "tests/system/Waiting.h"
 #include "zephon/SlipChannel.h"
 #include "zephon/SlipInterface.h"
@@ -130,6 +132,26 @@ TEST_F(SlipAnswers, AreNotGivenOnceTheTimeIsCancelled) {
     const auto before = answers();  // empty, but on a machine that stood still
     std::this_thread::sleep_for(100ms);
     EXPECT_EQ(before, answers());
+}
+
+TEST_F(SlipAnswers, AreNotGivenAfterACancelWhenBothSidesGetSettled) {
+    begin(1);
+    slip.settleDeviceSide(true);
+    slip.cancel();
+    slip.settleComputerSide(true);
+    EXPECT_THAT(answers(), IsEmpty());
+}
+
+TEST_F(SlipAnswers, AreGivenAtOnceWithoutAThreadForTheTime) {
+    {
+        const NoNewThreads none;
+        EXPECT_THROW(begin(1), std::system_error);
+    }
+    EXPECT_THAT(answers(), ElementsAre("1 fail"));
+    begin(2);
+    slip.settleComputerSide(true);
+    slip.settleDeviceSide(true);
+    EXPECT_THAT(answers(), ElementsAre("1 fail", "2 pass"));
 }
 
 TEST_F(SlipAnswers, AreOneForEachCommandWhenAllComesAtOnce) {

@@ -8,11 +8,13 @@
 #include <mutex>
 #include <random>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "gmock/gmock.h"
+#include "tests/platform/NoNewThreads.h"
 #include "tests/system/Waiting.h"
 #include "zephon/Zeroize.h"
 
@@ -125,6 +127,20 @@ TEST_F(ZeroizeWait, IsOrderedOnceAndAnsweredByTheUnitsStatus) {
     tellStatus(false);
     EXPECT_THAT(answers(), ElementsAre("1 unit pass", "2 unit fail"));
     EXPECT_EQ(2U, count(Event::Kind::Ordered));
+}
+
+TEST_F(ZeroizeWait, IsOrderedAndAnsweredAtOnceWithoutAThreadForTheTime) {
+    caller = Who::Timer;  // whose place this thread takes
+    {
+        const NoNewThreads none;
+        EXPECT_THROW(start(1), std::system_error);
+        EXPECT_THROW(start(2), std::system_error);  // is refused, and ends the time of the first
+    }
+    EXPECT_THAT(answers(), ElementsAre("1 time fail", "1 time fail"));
+    EXPECT_EQ(1U, count(Event::Kind::Ordered));
+    EXPECT_EQ(1U, count(Event::Kind::Refused));
+    tellStatus(true);
+    EXPECT_TRUE(start(3));
 }
 
 TEST_F(ZeroizeWait, IsTakenOnBeforeItIsOrdered) {
