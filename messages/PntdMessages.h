@@ -10,7 +10,7 @@
 /// Messages exchanged with the PNT device of the unit (ICD-GPS-153 framing). Each record is the
 /// payload of a `GpsIpWrapperMsg` and begins with a GPS time; words that no field names are zero.
 /// Text travels with the two bytes of each word exchanged. `flagWord` is what a message travels
-/// with: one that asks for an ACK needs FLAG_ACK_REQUEST in its header before it is queued.
+/// with; `makeMessage` gives it to the header.
 namespace PNTDBIT {
 
 /// Which built-in test a report is about; 0 is none of them.

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <type_traits>
 
 #include "GpsSerialIo/GssipMessage.h"
 #include "aspn2_msgs/GSSIP.h"
@@ -60,6 +62,16 @@ std::shared_ptr<Message> makeMessageOf(aspn2_msgs::idl::GSSIP const& record) {
         return nullptr;
     }
     return message;
+}
+
+/// The payload of a record's frame; nothing when the class refuses the frame.
+template <typename Message>
+auto payloadOf(aspn2_msgs::idl::GSSIP const& record) {
+    Message message;
+    using Payload = std::decay_t<decltype(message.payload())>;
+    return message.OkSetContent(record.data().data(), gssipFrameLength(record))
+               ? std::optional<Payload>(message.payload())
+               : std::nullopt;
 }
 
 /// The frame of a record as a message for a link, unchanged; null when it is none that

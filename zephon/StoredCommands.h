@@ -3,8 +3,9 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "platform/Mutex.h"
 
-/// The last command of each kind whose answer goes out later, as a whole copy; an empty record
-/// while none has come. Any thread may call. The mutex is a leaf, held only to copy in or out.
+/// The last commands that set a super user and began a hot start, whose answers go out later: whole
+/// copies, empty records while none has come. Any thread may call. The mutex is a leaf, held only
+/// to copy in or out.
 class StoredCommands {
 public:
     using Record = aspn2_msgs::idl::CommandResponse;

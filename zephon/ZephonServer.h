@@ -389,6 +389,9 @@ private:
     bool buildAndSendConfigRequest();
     void reportSetting(std::string const& what) const;
 
+    /// Sends a command or an answer; the caller reports what can't be sent.
+    bool sendRecord(long long connection, aspn2_msgs::idl::CommandResponse& record);
+
     void handleUTCTimeMessage(aspn2_msgs::idl::UTCTime const& record);
     void handleMeridanePNTMessage(aspn2_msgs::idl::MeridanePNT const& record);
     void checkIfReceivedBoth();
@@ -411,6 +414,9 @@ private:
     /// Hears on link 1's protocol thread whether the unit took a message 30000.
     void crm30000AckCallback(aspn2_msgs::idl::CommandResponse const& record, bool ok);
     void handleBlockEventLog(aspn2_msgs::idl::EventLog const& record);
+    template <typename Message>
+    void handOn(aspn2_msgs::idl::GSSIP const& record);
+
     // Answers and versions (ZephonServerVersions.cpp).
     /// Reads what is installed and compares it with what runs. False when the file can't be loaded;
     /// then all stays as it is.
@@ -421,9 +427,6 @@ private:
     bool knowsPntdVersions() EXCLUDES(versionMutex_);
     void requestPartNumbers();
     void takePntdVersions(std::string const& text) EXCLUDES(versionMutex_);
-
-    template <typename Message>
-    void handOn(aspn2_msgs::idl::GSSIP const& record);
 
     // BIT (ZephonServerBit.cpp).
     /// Publishes what has failed; true when there is any, published or not.

@@ -6,6 +6,7 @@
 #include "messages/TrevoStatus.h"
 #include "zephon/GssipRoutes.h"
 #include "zephon/PntdBit.h"
+#include "zephon/RecordSender.h"
 #include "zephon/ZephonServer.h"
 
 using aspn2_msgs::idl::BitReport;
@@ -27,17 +28,6 @@ constexpr char const* pntDevice = "PNT-D";
 constexpr int pntDeviceLocation = 49;
 constexpr auto pntDeviceComponent = static_cast<ASPN2::Maintenance::Component::eCmpo>(2);
 
-/// The payload of a message of fixed length; false when the record has another length.
-template <typename Message, typename Payload>
-bool read(GSSIP const& record, Payload& payload) {
-    Message message;
-    if (!message.OkSetContent(record.data().data(), gssipFrameLength(record))) {
-        return false;
-    }
-    payload = message.payload();
-    return true;
-}
-
 void sendMaintenance(std::string const& description, PNTDBIT::ePntD_BitType type) {
     using namespace ASPN2::Maintenance;
     PCSMaintReporter::Instance().sendMaintenanceEvent(
@@ -52,10 +42,11 @@ void sendMaintenance(std::string const& description, PNTDBIT::ePntD_BitType type
 
 void ZephonServer::handleZP_PntdStatus(GSSIP const& record) {
     using Status = PNTDBIT::PntdStatusMsg;
-    Status status;
-    if (!read<PntdStatusMsg>(record, status)) {
+    const auto received = payloadOf<PntdStatusMsg>(record);
+    if (!received) {
         return;
     }
+    Status const& status = *received;
     switch (status.get<Status::Kind>()) {
         case Status::kindDataTransfer:
             tellBit(__LINE__, EventTypes::INFORMATION, PNTDBIT::describeDataTransfer(status));
@@ -120,28 +111,28 @@ void ZephonServer::reportPntdBitRollup(bool sys, bool post, bool bbit, bool cbit
 void ZephonServer::handleZP_PntdFaultReport(GSSIP const& record) {
     using Report = PNTDBIT::PntdFaultReportMsg;
     constexpr char const* messageName = "PntdFaultReportMsg";
-    Report report;
-    if (!read<PntdFaultReportMsg>(record, report)) {
+    const auto report = payloadOf<PntdFaultReportMsg>(record);
+    if (!report) {
         refuseBit(__LINE__, PNTDBIT::describeUndecodable(messageName, Report::id));
-    } else if (!PNTDBIT::isValid(report)) {
+    } else if (!PNTDBIT::isValid(*report)) {
         refuseBit(__LINE__, PNTDBIT::describeInvalid(messageName, Report::id));
     } else {
-        tellBit(__LINE__, EventTypes::INFORMATION, name_ + ": " + PNTDBIT::describe(report));
+        tellBit(__LINE__, EventTypes::INFORMATION, name_ + ": " + PNTDBIT::describe(*report));
     }
 }
 
 void ZephonServer::handleZP_PntdLogReport(GSSIP const& record) {
     using Report = PNTDBIT::PntdLogReportMsg;
     constexpr char const* messageName = "PntdLogReportMsg";
-    Report report;
-    if (!read<PntdLogReportMsg>(record, report)) {
+    const auto report = payloadOf<PntdLogReportMsg>(record);
+    if (!report) {
         refuseBit(__LINE__, PNTDBIT::describeUndecodable(messageName, Report::id));
-    } else if (!PNTDBIT::isValid(report)) {
+    } else if (!PNTDBIT::isValid(*report)) {
         refuseBit(__LINE__, PNTDBIT::describeInvalid(messageName, Report::id));
     } else {
-        tellBit(__LINE__, EventTypes::INFORMATION, name_ + ": " + PNTDBIT::describe(report));
+        tellBit(__LINE__, EventTypes::INFORMATION, name_ + ": " + PNTDBIT::describe(*report));
         if (config_.debug) {
-            std::cout << name_ + ": " + PNTDBIT::describeOrigin(report) + "\n" << std::flush;
+            std::cout << name_ + ": " + PNTDBIT::describeOrigin(*report) + "\n" << std::flush;
         }
     }
 }
@@ -172,7 +163,7 @@ void ZephonServer::cbBit(BitReport const& record) {
     state.set<PNTDBIT::CorvaneStatusMsg::Kind>(PNTDBIT::CorvaneStatusMsg::kindBitState);
     state.set<PNTDBIT::CorvaneStatusMsg::Failed>(failed ? 1 : 0);
     sendToPntdBitPort(PNTDBIT::makeMessage(state));
-    switch (ASPN2::instanceOf(static_cast<std::uint32_t>(record.header().device_id()))) {
+    switch (senderInstanceOf(record.header())) {
         case reportOfItself:
             requestBitStatus(time);
             break;

@@ -5,24 +5,17 @@
 #include "ASPN/HealthReporter.h"
 #include "ASPN/TimeTags.h"
 #include "messages/TrevoCommands.h"
+#include "zephon/RecordSender.h"
 #include "zephon/ZephonServer.h"
 
 using aspn2_msgs::idl::CommandResponse;
-
-namespace {
-
-unsigned char senderOf(CommandResponse const& record) {
-    return ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id()));
-}
-
-}  // namespace
 
 void ZephonServer::cbCmd(CommandResponse const& record) {
     if (!isRunning() ||
         record.command_response_type() != aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_COMMAND) {
         return;
     }
-    if (senderOf(record) == ASPN2::ServerIds::HmiServer) {
+    if (senderOf(record.header()) == ASPN2::ServerIds::HmiServer) {
         handleHmiCommandResponse(record);
         return;
     }
@@ -39,7 +32,8 @@ void ZephonServer::handleHmiCommandResponse(CommandResponse const& record) {
 }
 
 void ZephonServer::dispatch(CommandResponse const& record) {
-    if (auto const* const verb = findCommandVerb(senderOf(record), record.command_response())) {
+    if (auto const* const verb =
+            findCommandVerb(senderOf(record.header()), record.command_response())) {
         sendAnswer(record, (this->*verb->handler)(Command(record)));
     }
 }
@@ -70,12 +64,7 @@ void ZephonServer::sendAnswer(CommandResponse const& command, CommandAnswer cons
                          "\n"
                   << std::flush;
     }
-    ReturnCode::Value code = ReturnCode::NOT_AVAILABLE;
-    if (commandResponseTs_ != nullptr) {
-        long long transaction = 0;
-        commandResponseTs_->Send_Message(topics_.response, 0, transaction, response, code);
-    }
-    if (code != ReturnCode::NO_ERROR) {
+    if (!sendRecord(topics_.response, response)) {
         HealthReporter::Instance().SendEvent(
             __FILE__, __LINE__, EventTypes::FAILURE,
             name_ + ": Could not publish Set TimeCode change Response for TOV = " + seconds + ", " +
@@ -175,6 +164,16 @@ void ZephonServer::sendResponseMessage(CommandResponse& record) {
         std::cout << "Sending Response Message: " + record.command_response() + "\n" << std::flush;
     }
     sendCmdRspMessage(topics_.response, record);
+}
+
+bool ZephonServer::sendRecord(long long connection, CommandResponse& record) {
+    if (commandResponseTs_ == nullptr) {
+        return false;
+    }
+    ReturnCode::Value code = ReturnCode::NOT_AVAILABLE;
+    long long transaction = 0;
+    commandResponseTs_->Send_Message(connection, 0, transaction, record, code);
+    return code == ReturnCode::NO_ERROR;
 }
 
 void ZephonServer::sendCmdRspMessage(long long connection, CommandResponse& record) {

@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "zephon/RecordSender.h"
 #include "zephon/ZephonServer.h"
 
 namespace idl = aspn2_msgs::idl;
@@ -10,14 +11,10 @@ constexpr unsigned char clockDevice = 36;
 constexpr unsigned char altNavigation = 38;
 constexpr unsigned char fusionNavigator = 96;
 
-unsigned char sourceOf(idl::header const& header) {
-    return ASPN2::serverIdOf(static_cast<std::uint32_t>(header.device_id()));
-}
-
 }  // namespace
 
 void ZephonServer::cbMxPnt(idl::MeridanePNT const& record) {
-    if (isRunning() && sourceOf(record.header()) == fusionNavigator) {
+    if (isRunning() && senderOf(record.header()) == fusionNavigator) {
         handleMeridanePNTMessage(record);
     }
 }
@@ -29,7 +26,7 @@ void ZephonServer::cbPosVel(idl::PositionVelocity const& record) {
     if (config_.debug) {
         std::cout << std::string("Recvd PosVel\n") << std::flush;
     }
-    if (sourceOf(record.header()) == altNavigation) {
+    if (senderOf(record.header()) == altNavigation) {
         handleAltNavPv(record);
     }
 }
@@ -38,7 +35,7 @@ void ZephonServer::cbGpsTime(idl::GPSTime const& record) {
     if (!isRunning()) {
         return;
     }
-    const unsigned char source = sourceOf(record.header());
+    const unsigned char source = senderOf(record.header());
     if (source == altNavigation) {
         handleAltNavGpsTime(record);
     } else if (source == fusionNavigator) {
@@ -50,7 +47,7 @@ void ZephonServer::cbUtcTime(idl::UTCTime const& record) {
     if (!isRunning()) {
         return;
     }
-    const unsigned char source = sourceOf(record.header());
+    const unsigned char source = senderOf(record.header());
     if (source == clockDevice) {
         handleUTCTimeMessage(record);
     } else if (source == fusionNavigator) {

@@ -5,6 +5,7 @@
 #include "messages/TrevoStatus.h"
 #include "platform/StringUtils.h"
 #include "zephon/GssipRoutes.h"
+#include "zephon/RecordSender.h"
 #include "zephon/ZephonServer.h"
 
 using ASPN2::ServerIds;
@@ -32,8 +33,7 @@ void ZephonServer::cbEventLog(EventLog const& record) {
         std::cout << "Recvd EventLog: " + record.eventlog() + "\n" << std::flush;
     }
     handleEventVersioning(record);
-    if (ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id())) ==
-        ServerIds::Trevo) {
+    if (senderOf(record.header()) == ServerIds::Trevo) {
         handleBlockEventLog(record);
         handleTrevoEventLog(record);
     }

@@ -8,6 +8,7 @@
 #include "messages/TrevoCommands.h"
 #include "messages/TrevoStatus.h"
 #include "zephon/GssipRoutes.h"
+#include "zephon/RecordSender.h"
 #include "zephon/ZephonServer.h"
 
 using aspn2_msgs::idl::GSSIP;
@@ -43,8 +44,7 @@ void ZephonServer::cbGssip(GSSIP const& record) {
     if (!isRunning()) {
         return;
     }
-    GssipSource const* const source =
-        findGssipSource(ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id())));
+    GssipSource const* const source = findGssipSource(senderOf(record.header()));
     if (source == nullptr || gssipFrameLength(record) == 0) {
         return;
     }
@@ -104,8 +104,7 @@ void ZephonServer::handleZP_Block5044(GSSIP const& record) {
                          "\nUnpacked 5044 word count " + std::to_string(message.header[2]) + "\n"
                   << std::flush;
     }
-    const unsigned emulator =
-        ASPN2::instanceOf(static_cast<std::uint32_t>(record.header().device_id()));
+    const unsigned emulator = senderInstanceOf(record.header());
     tellStatus(" Em#" + std::to_string(emulator), message.record);
     collectPossibleZeroizeResponses(static_cast<int>(emulator), message.record.statusId);
 }

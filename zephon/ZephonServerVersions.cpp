@@ -11,6 +11,7 @@
 #include "platform/FpgaFace.h"
 #include "zephon/BuildInfo.h"
 #include "zephon/GssipRoutes.h"
+#include "zephon/RecordSender.h"
 #include "zephon/VersionInfo.h"
 #include "zephon/ZephonServer.h"
 
@@ -72,7 +73,7 @@ bool ZephonServer::loadVersionInfo() {
 }
 
 void ZephonServer::handleEventVersioning(EventLog const& record) {
-    const auto sender = ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id()));
+    const auto sender = senderOf(record.header());
     const platform::MutexLock lock(versionMutex_);
     if (systemBuild_.takeLine(sender, static_cast<int>(record.event_log_type()),
                               record.eventlog())) {
@@ -116,12 +117,7 @@ void ZephonServer::requestPartNumbers() {
     if (config_.debug) {
         tell("Sending Command Message: " + command.command_response());
     }
-    ReturnCode::Value code = ReturnCode::NOT_AVAILABLE;
-    if (commandResponseTs_ != nullptr) {
-        long long transaction = 0;
-        commandResponseTs_->Send_Message(topics_.command, 0, transaction, command, code);
-    }
-    if (code != ReturnCode::NO_ERROR) {
+    if (!sendRecord(topics_.command, command)) {
         HealthReporter::Instance().SendEvent(
             __FILE__, __LINE__, EventTypes::FAILURE,
             name_ + ": Could not publish Command for TOV = " +
@@ -134,7 +130,7 @@ void ZephonServer::cbRsp(CommandResponse const& record) {
         return;
     }
     std::string const& text = record.command_response();
-    const auto sender = ASPN2::serverIdOf(static_cast<std::uint32_t>(record.header().device_id()));
+    const auto sender = senderOf(record.header());
     if (sender == ServerIds::AltNavUnit && text.rfind(partNumbersWord, 0) == 0) {
         takePntdVersions(text);
     } else if (sender == ServerIds::Trevo) {
@@ -159,12 +155,12 @@ void ZephonServer::requestPntdIds() {
 }
 
 void ZephonServer::handleZP_PntdIds(GSSIP const& record) {
-    const auto message = makeMessageOf<PntdIdMsg>(record);
-    if (message == nullptr) {
+    using Ids = PNTDBIT::PntdIdMsg;
+    const auto received = payloadOf<PntdIdMsg>(record);
+    if (!received) {
         return;
     }
-    using Ids = PNTDBIT::PntdIdMsg;
-    const Ids ids = message->payload();
+    Ids const& ids = *received;
     const platform::MutexLock lock(versionMutex_);
     pntdIds_.setHardware1Version(ids.get<Ids::PartNumber>());
     pntdIds_.setSerialNumber1(ids.get<Ids::SerialNumber>());

@@ -49,12 +49,7 @@ void ZephonServer::generateSendZeroizeMessage(CommandResponse const& command, bo
                                   : Sys::ResponseString::ComponentDestroy;
     auto response = cmdResponse_.makeResponse(
         command, verb + (pass ? Sys::ResponseString::Pass : Sys::ResponseString::Fail));
-    ReturnCode::Value code = ReturnCode::NOT_AVAILABLE;
-    if (commandResponseTs_ != nullptr) {
-        long long transaction = 0;
-        commandResponseTs_->Send_Message(topics_.response, 0, transaction, response, code);
-    }
-    if (code != ReturnCode::NO_ERROR) {
+    if (!sendRecord(topics_.response, response)) {
         HealthReporter::Instance().SendEvent(
             __FILE__, __LINE__, EventTypes::FAILURE,
             name_ + ": Could not publish CommandResponse for " + command.command_response() +

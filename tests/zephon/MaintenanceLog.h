@@ -35,8 +35,6 @@ public:
         }
         return descriptions;
     }
-    /// Records that have come and were not taken.
-    std::size_t waiting() { return mailbox_.size(); }
 
 private:
     static TransportText textOf(bench::Bench const& bench) {
