@@ -11,12 +11,14 @@ namespace {
 
 using namespace std::chrono_literals;
 using bench::UnitFrame;
+using Records = std::vector<bench::QueueRecord>;
 
 constexpr auto tellTimeout = 10s;
 constexpr std::int64_t systemController = 53;
 constexpr std::int64_t gpsEngine = 39;
 
 constexpr std::uint16_t wrappedForUnit = 27552;
+constexpr std::uint16_t wrappedByUnit = 27553;
 constexpr std::uint16_t portSetup = 5331;
 constexpr std::uint16_t bitStatus = 27535;
 constexpr std::uint16_t zeroizePassed = 17;
@@ -43,6 +45,19 @@ bench::TopicPeer::Options commanderOptions(bench::Bench const& bench, HeardTexts
     return options;
 }
 
+bench::QueuePeer::Options queueOptions(bench::Bench const& bench, HeardTexts& ids) {
+    auto options = bench.queuePeerOptions();
+    options.keptReads = 100;  // the ids are all that is asked for
+    options.onRead = [&ids](bench::QueueRead const& read) {
+        for (auto const& record : bench::decodeRecords(read.bytes).value_or(Records())) {
+            if (auto const frame = bench::decodeFrame(record.data.data(), record.data.size())) {
+                ids.note(std::to_string(frame->id));
+            }
+        }
+    };
+    return options;
+}
+
 }  // namespace
 
 // ---- HeardTexts ---------------------------------------------------------------------------
@@ -62,14 +77,14 @@ std::uint64_t HeardTexts::mark() const {
     return forgotten_ + texts_.size();
 }
 
-bool HeardTexts::waitFor(std::uint64_t mark, std::string const& part,
-                         std::chrono::seconds timeout) const {
+bool HeardTexts::waitFor(std::uint64_t mark, std::string const& part, std::chrono::seconds timeout,
+                         int count) const {
     std::unique_lock<std::mutex> lock(mutex_);
     return changed_.wait_for(lock, timeout, [&] {
         auto const first = mark > forgotten_ ? static_cast<std::ptrdiff_t>(mark - forgotten_) : 0;
-        return std::any_of(texts_.begin() + first, texts_.end(), [&part](auto const& text) {
-            return text.find(part) != std::string::npos;
-        });
+        return count <= std::count_if(texts_.begin() + first, texts_.end(), [&](auto const& text) {
+                   return text.find(part) != std::string::npos;
+               });
     });
 }
 
@@ -97,7 +112,7 @@ Disturbances::Disturbances(bench::Bench& bench)
     : bench_(bench),
       eventLogger_(loggerOptions(bench, events_)),
       commander_(commanderOptions(bench, answers_)),
-      queues_(bench.queuePeerOptions()) {
+      queues_(queueOptions(bench, records_)) {
     for (Row const& row : rows()) {
         counts_.push_back({row.name});
     }
@@ -131,6 +146,10 @@ bool Disturbances::command(std::string const& text, std::string const& answer) {
     return commander_.publish(record) && answers_.waitFor(mark, answer, tellTimeout);
 }
 
+bool Disturbances::waitForRecords(std::uint64_t mark, std::uint16_t id, int count) const {
+    return records_.waitFor(mark, std::to_string(id), tellTimeout, count);
+}
+
 bool Disturbances::faultInBitReport() {
     auto const mark = events_.mark();
     bench_.unit(3).send(bitReport());
@@ -144,10 +163,11 @@ bool Disturbances::shortBitReport() {
 }
 
 bool Disturbances::stormOfBitReports() {
+    auto const mark = records_.mark();
     for (int i = 0; i < stormLength; ++i) {
         bench_.unit(3).send(bitReport());
     }
-    return isAlive();
+    return waitForRecords(mark, bitStatus, stormLength) && isAlive();
 }
 
 bool Disturbances::commandedBitWithFault() {
@@ -207,11 +227,12 @@ bool Disturbances::stormOfStatus() {
     // takes, and what it does not take is lost, solutions too.
     auto status = bench::makeStatus(noMatter, "STORM");
     status.flags = UnitFrame::linkReady;
+    auto const mark = records_.mark();
     for (int i = 0; i < stormLength; ++i) {
         bench_.virtualUnits().send(1 + static_cast<unsigned>(i) % bench::VirtualUnits::count,
                                    status);
     }
-    return isAlive();
+    return waitForRecords(mark, wrappedByUnit, stormLength) && isAlive();
 }
 
 bool Disturbances::changedPort() {
@@ -223,8 +244,20 @@ bool Disturbances::changedPort() {
 bool Disturbances::silentUnit() {
     // It does not answer: the server says it again. Solutions wait meanwhile, for 0.2 s; twice that
     // would be more of them than the link's write queue then takes.
-    bench_.unit(1).setReaction(wrappedForUnit, {bench::Policy::Silence, 0ms, 1});
-    return changedPort();
+    auto const start = std::chrono::steady_clock::now();
+    std::vector<std::uint8_t> first;
+    auto const isAgain = [&](bench::LoggedFrame const& logged) {
+        return logged.lastByte >= start && logged.frame.id == wrappedForUnit &&
+               (first.empty() || logged.frame.encode() == first);
+    };
+    auto& unit = bench_.unit(1);
+    unit.setReaction(wrappedForUnit, {bench::Policy::Silence, 0ms, 1});
+    if (!changedPort() || !unit.waitForFrames(1, tellTimeout, isAgain)) {
+        return false;
+    }
+    auto const said = unit.frames(wrappedForUnit);
+    first = std::find_if(said.begin(), said.end(), isAgain)->frame.encode();
+    return unit.waitForFrames(2, tellTimeout, isAgain);
 }
 
 bool Disturbances::foreignCommands() {
@@ -242,12 +275,13 @@ bool Disturbances::foreignCommands() {
 
 bool Disturbances::readerThatPauses() {
     constexpr int frames = 200;
+    auto const mark = records_.mark();
     bool const paused = queues_.stopReading("PNTD_MX");
     for (int i = 0; i < frames; ++i) {
         bench_.unit(3).send({portSetup, UnitFrame::linkReady, {4}});
     }
     return paused && bench_.unit(3).waitUntilSent(tellTimeout) && isAlive() &&
-           queues_.startReading("PNTD_MX");
+           queues_.startReading("PNTD_MX") && waitForRecords(mark, portSetup, frames);
 }
 
 }  // namespace benchmarks

@@ -23,7 +23,9 @@ public:
     /// What comes from now on stands behind this mark.
     std::uint64_t mark() const;
 
-    bool waitFor(std::uint64_t mark, std::string const& part, std::chrono::seconds timeout) const;
+    /// Waits until `count` texts behind the mark have this part.
+    bool waitFor(std::uint64_t mark, std::string const& part, std::chrono::seconds timeout,
+                 int count = 1) const;
 
 private:
     static constexpr std::size_t kept_ = 4096;
@@ -76,11 +78,14 @@ private:
     bool readerThatPauses();
 
     bool command(std::string const& text, std::string const& answer);
+    /// Waits until so many frames of this id have come out of a queue since the mark.
+    bool waitForRecords(std::uint64_t mark, std::uint16_t id, int count) const;
     bool isAlive() { return command("BITSERVER_PING", "Zephon"); }
 
     bench::Bench& bench_;
     HeardTexts events_;
     HeardTexts answers_;
+    HeardTexts records_;  // the ids of the frames that come out of the queues
     bench::TopicPeer eventLogger_;
     bench::TopicPeer commander_;
     bench::QueuePeer queues_;
