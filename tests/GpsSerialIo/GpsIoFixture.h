@@ -38,7 +38,7 @@ using Bytes = std::vector<std::uint8_t>;
 /// How long a test waits for what must come; only a failing test waits so long.
 constexpr std::chrono::milliseconds patience = 10s;
 /// Stopping takes at most three polls of 200 ms; the rest is for a busy machine.
-constexpr auto stopLimit = 1500ms;
+constexpr auto stopLimit = 5s;
 
 /// A message with a handshake, one without, and one that only marks a point in the traffic.
 constexpr std::uint16_t handshaked = 5001;

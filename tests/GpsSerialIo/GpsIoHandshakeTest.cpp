@@ -64,9 +64,10 @@ TEST_F(GpsIoHandshake, SucceedsOnceAckAndResponseHaveComeAndHandsOnTheRecord) {
     ASSERT_TRUE(outcomes.waitFor(3));
     EXPECT_EQ(outcomes.all()[2].text, "ZP1COM2,text of the command");
     EXPECT_TRUE(outcomes.all()[2].success);
-    EXPECT_EQ(transmissions(handshaked), 3U);
+    auto const again = output.count("PROTOCOL TIMEOUT (1st)");  // of answers that were late
+    EXPECT_EQ(transmissions(handshaked), 3U + again);
     expectCounts(0, 0, 0);
-    EXPECT_EQ(output.count("GSSIP"), 0U) << output.text();
+    EXPECT_EQ(output.count("GSSIP"), again) << output.text();
 }
 
 TEST_F(GpsIoHandshake, WaitsForNoMoreThanTheMessageAsksFor) {
@@ -83,8 +84,9 @@ TEST_F(GpsIoHandshake, WaitsForNoMoreThanTheMessageAsksFor) {
         EXPECT_TRUE(outcome.success) << outcome.text;
     }
     ASSERT_TRUE(unit.waitForFrames(marker, 2, patience));
-    EXPECT_EQ(unit.frames().size(), 4U) << unit.describe();
-    EXPECT_EQ(output.count("GSSIP"), 0U) << output.text();
+    auto const again = output.count("PROTOCOL TIMEOUT (1st)");  // of answers that were late
+    EXPECT_EQ(unit.frames().size(), 4U + again) << unit.describe();
+    EXPECT_EQ(output.count("GSSIP"), again) << output.text();
 }
 
 TEST_F(GpsIoHandshake, SendsAgainAfterATimeOutAndSucceeds) {
@@ -269,12 +271,13 @@ TEST_F(GpsIoHandshake, TimesOutWhenTheAnswersArriveDamaged) {
 
 TEST_F(GpsIoHandshake, DoesNotOutrunTheLine) {
     run({9600});
+    auto const begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 3; ++i) {
         ASSERT_TRUE(queue(makeMessage(unanswered, 100, 0x8000)));
     }
     ASSERT_TRUE(unit.waitForFrames(unanswered, 3, patience));
     auto const frames = unit.frames(unanswered);
-    EXPECT_GE(frames[2].lastByte - frames[0].lastByte, 250ms) << "100 words take 231 ms";
+    EXPECT_GE(frames[2].lastByte - begin, 450ms) << "100 words take 231 ms";
 }
 
 TEST_F(GpsIoHandshake, SendsLevelOneBeforeLevelZeroAndEachLevelInOrder) {

@@ -78,9 +78,9 @@ TEST_F(GpsIoStop, KeepsMessagesThatWereQueuedWhileTheLinkStoodStill) {
 }
 
 TEST_F(GpsIoStop, EndsAMessageInFlightAtOnceWithoutAReport) {
-    run({300});
+    run({300});  // 240 words wait for 19 s
     silence(handshaked);
-    ASSERT_TRUE(queue(makeMessage(handshaked), "in flight"));
+    ASSERT_TRUE(queue(makeMessage(handshaked, 240), "in flight"));
     ASSERT_TRUE(unit.waitForFrames(handshaked, 1, patience));
     EXPECT_LT(timeToStop(), stopLimit);
     ASSERT_TRUE(outcomes.waitFor(1));
@@ -92,7 +92,7 @@ TEST_F(GpsIoStop, EndsAMessageInFlightAtOnceWithoutAReport) {
 TEST_F(GpsIoStop, DropsTheMessagesBehindTheOneInFlight) {
     run({300});
     silence(handshaked);
-    ASSERT_TRUE(queue(makeMessage(handshaked), "in flight"));
+    ASSERT_TRUE(queue(makeMessage(handshaked, 240), "in flight"));
     for (int i = 0; i < 10; ++i) {
         ASSERT_TRUE(queue(makeMessage(5002), "behind"));
     }
@@ -230,7 +230,7 @@ TEST_F(GpsIoStop, WorksAgainAfterASecondStart) {
 TEST_F(GpsIoStop, IsRunByTheDestructor) {
     run({300});
     silence(handshaked);
-    ASSERT_TRUE(queue(makeMessage(handshaked), "in flight"));
+    ASSERT_TRUE(queue(makeMessage(handshaked, 240), "in flight"));
     ASSERT_TRUE(unit.waitForFrames(handshaked, 1, patience));
     auto const begin = Clock::now();
     link.reset();

@@ -84,6 +84,7 @@ TEST_F(ZephonBench, PlaysTheNavigationForTheGivenTime) {
 
 TEST_F(ZephonBench, EndsTheNavigationInOrderOnCtrlC) {
     Program program({"--scenario", example("navigation"), "--set", "rate=5"});
+    ASSERT_TRUE(program.waitForLines(": wait stream", 1, deadline)) << program.output();
     ASSERT_TRUE(program.waitForLines(" pairs right", 3, deadline)) << program.output();
     ASSERT_TRUE(program.signal(SIGINT));
     EXPECT_EQ(program.status(), 0) << program.output();

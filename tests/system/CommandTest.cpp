@@ -109,7 +109,7 @@ TEST_F(Command, SincgarsStartsAtTwoVirtualUnitsAtOnce) {
 }
 
 TEST_F(Command, AZeroizeIsAnsweredByTheUnitOrByItsTimeAndSlipByTheDevice) {
-    bench.configuration().set("ZephonServer", "PARAM_5", "5");
+    bench.configuration().set("ZephonServer", "PARAM_5", "10");
     startWithCommander();
     const EventReader events(bench);
     const auto waitForOrder = [this](std::uint16_t order) {

@@ -18,6 +18,9 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
+// How often a test tries to hit a moment, on a machine that may hold it up.
+constexpr int attempts = 5;
+
 ChildProcess runServer(std::vector<std::string> arguments) {
     ChildProcess::Options options;
     options.arguments = std::move(arguments);
@@ -83,23 +86,30 @@ TEST(ProcessLife, BeginsToStopWithinOnePollOfASignal) {
     ASSERT_TRUE(bench.server().waitForLine("stopped successfully.", 20s)) << bench.report();
     // 500 ms of the poll and three links of three threads with 200 ms each; the rest is room for
     // a busy machine.
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, 500ms + 9 * 200ms + 5s);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 500ms + 9 * 200ms + 15s);
 }
 
 class FaultSignal : public testing::TestWithParam<int> {};
 
 TEST_P(FaultSignal, TakesItsDefaultActionTheSecondTime) {
-    Bench bench;
-    bench.start();
-    ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
-    ASSERT_TRUE(catches(bench.server(), GetParam()));
-    bench.server().signal(GetParam());
-    // The handler has gone as soon as the first one was taken; the stop takes longer.
-    ASSERT_TRUE(holdsInTime([&] { return !catches(bench.server(), GetParam()); }, 5s));
-    bench.server().signal(GetParam());
-    const auto exit = bench.server().wait(20s);
-    ASSERT_TRUE(exit) << bench.report();
-    EXPECT_EQ(GetParam(), exit->signal) << exit->text();
+    // A test that is held up meanwhile finds that the stop has ended in order.
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        Bench bench;
+        bench.start();
+        ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
+        ASSERT_TRUE(catches(bench.server(), GetParam()));
+        bench.server().signal(GetParam());
+        // The handler has gone as soon as the first one was taken; the stop takes longer.
+        ASSERT_TRUE(holdsInTime([&] { return !catches(bench.server(), GetParam()); }, 20s));
+        bench.server().signal(GetParam());
+        const auto exit = bench.server().wait(20s);
+        ASSERT_TRUE(exit) << bench.report();
+        if (!exit->ok()) {
+            EXPECT_EQ(GetParam(), exit->signal) << exit->text();
+            return;
+        }
+    }
+    FAIL() << "no second signal came in time";
 }
 
 INSTANTIATE_TEST_SUITE_P(ProcessLife, FaultSignal, testing::Values(SIGILL, SIGBUS, SIGFPE),
@@ -130,15 +140,22 @@ INSTANTIATE_TEST_SUITE_P(ProcessLife, UncaughtSignal, testing::Values(SIGHUP, SI
                          [](auto const& parameter) { return sigabbrev_np(parameter.param); });
 
 TEST(ProcessLife, ASignalDuringTheStartEndsItAtOnce) {
-    Bench bench;
-    bench.start();
-    // The links are configured; each of the three then takes 100 ms to start.
-    ASSERT_TRUE(bench.server().waitForLine("Serial Params: ", 30s)) << bench.report();
-    bench.server().signal(SIGTERM);
-    const auto exit = bench.server().wait(20s);
-    ASSERT_TRUE(exit) << bench.report();
-    EXPECT_EQ(SIGTERM, exit->signal) << exit->text();
-    EXPECT_THAT(bench.server().standardOutput(), Not(HasSubstr("has exited")));
+    // A test that is held up meanwhile finds that the start has ended.
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        Bench bench;
+        bench.start();
+        // The links are configured; each of the three then takes 100 ms to start.
+        ASSERT_TRUE(bench.server().waitForLine("Serial Params: ", 30s)) << bench.report();
+        bench.server().signal(SIGTERM);
+        const auto exit = bench.server().wait(20s);
+        ASSERT_TRUE(exit) << bench.report();
+        if (!exit->ok()) {
+            EXPECT_EQ(SIGTERM, exit->signal) << exit->text();
+            EXPECT_THAT(bench.server().standardOutput(), Not(HasSubstr("has exited")));
+            return;
+        }
+    }
+    FAIL() << "no signal came during a start";
 }
 
 TEST(ProcessLife, TellsItsPartNumberAtTheConnection) {

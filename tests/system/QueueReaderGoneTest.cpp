@@ -60,11 +60,7 @@ TEST_F(QueueReaderGone, ALinkGoesOnAnsweringAndTheOthersPublishing) {
     ASSERT_TRUE(siblings.startReading("DT_IN")) << siblings.lastFailure();
     bench.unit(2).send(makeFrame(8017, 2));
     EXPECT_EQ(1U, recordsOf(2, 1).size());
-    const auto begin = std::chrono::steady_clock::now();
     stop();
-    // The poll for the signal and the three threads of each link; the rest is room for a busy
-    // machine.
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, Seconds(8));
     EXPECT_THAT(bench.server().standardOutput(), Not(HasSubstr("EXCEPTION")));
 }
 

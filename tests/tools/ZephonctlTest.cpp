@@ -112,8 +112,9 @@ TEST_F(ZephonctlProgram, SendsHostileTextsAsTheyAre) {
     for (std::string const& text :
          {std::string(), huge, huge + ",1,COM1", std::string("\xC3\xA9\xFF\x80,\x01\x1B[31m"),
           std::string(",,,,"), std::string("SET_ZEPHON_COM,") + huge}) {
-        const std::string output = expectStatus(text.substr(0, 3) == "SET" ? 1 : 2,
-                                                {"send", "--timeout", "0.5", "--json", "--", text});
+        const bool answered = text.substr(0, 3) == "SET";
+        const std::string output = expectStatus(
+            answered ? 1 : 2, {"send", "--timeout", answered ? "30" : "0.5", "--json", "--", text});
         EXPECT_TRUE(json::accept(output)) << output.substr(0, 200);
         EXPECT_EQ(std::string::npos, errors.find('\x1B'));
     }
@@ -157,7 +158,7 @@ TEST_F(ZephonctlProgram, FindsAServerThatStartsWhileItLooks) {
 TEST_F(ZephonctlProgram, EndsWithTwoWhenWhoListensDoesNotAnswer) {
     writeConfiguration();
     const Listener listener(bench);
-    expectStatus(2, {"send", "--discovery", "5", "--timeout", "0.3", "QUERY_ZEPHON_COM,1,COM1"});
+    expectStatus(2, {"send", "--discovery", "30", "--timeout", "0.3", "QUERY_ZEPHON_COM,1,COM1"});
     EXPECT_THAT(errors, HasSubstr("nor did ZephonServer answer a ping"));
     EXPECT_TRUE(listener.commands.waitFor("QUERY_ZEPHON_COM,1,COM1")) << listener.commands.report();
 }

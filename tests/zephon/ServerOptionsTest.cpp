@@ -177,7 +177,8 @@ TEST_F(ServerOptions, ASuperUserBeyondTheLastUnitIsRepairedAndReported) {
     const std::string text =
         std::string("ZephonServer: Invalid ZP number (5)") + readFromFile + "NONE";
     expectEvent(text);
-    EXPECT_EQ(1U, output.count(text + "\n")) << output.text();
+    // The server may also hear its own event, and tell that in a line that ends with the text.
+    EXPECT_EQ(1U, output.count("\n" + text + "\n")) << output.text();
 }
 
 TEST_F(ServerOptions, ANegativeSuperUserCountsAsNone) {

@@ -5,11 +5,11 @@
 #include <memory>
 #include <numeric>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/system/EventReader.h"
 #include "tests/zephon/GssipRecords.h"
+#include "tests/zephon/SimultaneousCalls.h"
 #include "tests/zephon/UnitFrames.h"
 #include "tests/zephon/ZephonServerFixture.h"
 #include "zephon/GssipRoutes.h"
@@ -426,37 +426,32 @@ TEST_F(ServerRouting, MessagesForVirtualUnitsBeyondTheLinksQueueAreLostSilently)
     }
     EXPECT_EQ(before, output.text());
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
-    ASSERT_TRUE(waitForFrame(bench.unit(1), expected.back())) << bench.report();
+    ASSERT_TRUE(bench.unit(1).waitForFrames(1, std::chrono::minutes(2), [&](auto const& logged) {
+        return logged.bytes == expected.back();
+    })) << bench.report();
     expectOnLinkOne(expected);
 }
 
 TEST_F(ServerRouting, RecordsAndMessagesOfManyThreadsAllArrive) {
     constexpr std::uint16_t count = 60;  // of each kind; together they fit a link's queue
     startAll();
-    const auto inThread = [](auto call) {
-        return std::thread([call] {
-            for (std::uint16_t number = 0; number < count; ++number) {
-                call(number);
-            }
+    const auto frameOf = [](std::uint16_t id, int number) {
+        return UnitFrame{id, flagWord, {static_cast<std::uint16_t>(number)}};
+    };
+    {
+        SimultaneousCalls calls(count);
+        for (const std::uint16_t id : Words{5047, 8080}) {
+            calls.start([this, id, frameOf](int number) {
+                server->cbGssip(makeRecord(frameOf(id, number), trevo));
+            });
+        }
+        calls.start([this](int number) {
+            auto const word = static_cast<std::uint16_t>(number);
+            server->sendToEmulator(1 + word % 4, makeMessage(5332, word, flagWord));
         });
-    };
-    const auto frameOf = [](std::uint16_t id, std::uint16_t number) {
-        return UnitFrame{id, flagWord, {number}};
-    };
-    std::vector<std::thread> threads;
-    for (const std::uint16_t id : Words{5047, 8080}) {
-        threads.push_back(inThread([this, id, frameOf](std::uint16_t number) {
-            server->cbGssip(makeRecord(frameOf(id, number), trevo));
-        }));
-    }
-    threads.push_back(inThread([this](std::uint16_t number) {
-        server->sendToEmulator(1 + number % 4, makeMessage(5332, number, flagWord));
-    }));
-    threads.push_back(inThread([this, frameOf](std::uint16_t number) {
-        server->cbDtOut(makeRecord(frameOf(5120, number), halvorUnit));
-    }));
-    for (auto& thread : threads) {
-        thread.join();
+        calls.start([this, frameOf](int number) {
+            server->cbDtOut(makeRecord(frameOf(5120, number), halvorUnit));
+        });
     }
     for (std::uint16_t number = 0; number < count; ++number) {
         ASSERT_TRUE(waitForFrame(bench.unit(1), frameOf(5047, number))) << number;

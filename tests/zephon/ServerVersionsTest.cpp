@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <sys/utsname.h>
-#include <thread>
 #include <vector>
 
 #include "ASPN/EventTypes.h"
@@ -17,6 +16,7 @@
 #include "tests/system/Waiting.h"
 #include "tests/zephon/CommandFixture.h"
 #include "tests/zephon/IdFrames.h"
+#include "tests/zephon/SimultaneousCalls.h"
 #include "tests/zephon/TimeMarkFrames.h"
 
 namespace {
@@ -76,6 +76,16 @@ protected:
     void startWithEngine() {
         bench.configuration().set("ZephonServer", "PARAM_2", "FALSE");
         startAll();
+        tellEngineLines();
+    }
+    /// The server hears its own announcement, too, before the start or behind it: here it is of no
+    /// account, since it comes before.
+    void startAfterItsOwnAnnouncement() {
+        bench.configuration().set("ZephonServer", "PARAM_2", "FALSE");
+        connectAll();
+        const EventReader events(bench);
+        ASSERT_TRUE(events.waitFor("aspn://CORVANE/ZephonServer")) << events.report();
+        ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
         tellEngineLines();
     }
     void tellEngineLines() {
@@ -208,7 +218,8 @@ TEST_F(ServerVersions, TheThreadEndsWithAStopAndAsksAnewAfterTheNextStart) {
     startAll();
     awaitRound();
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
-    EXPECT_FALSE(isAsking()) << "though its clock stands still";
+    // Though its clock stands still. A thread that has been joined may be listed for a moment.
+    EXPECT_TRUE(holdsInTime([] { return !isAsking(); }));
     advance(1h);
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
     const CommandReader commands(bench, CommandReader::PartNumberRequests::Heard);
@@ -431,7 +442,7 @@ TEST_F(ServerVersions, WithoutItsFileTheConnectFailsAndTheRestIsDone) {
 
 TEST_F(ServerVersions, TheBuildIsReportedOnceAllServersHaveAnnouncedIt) {
     bench.configuration().set("APPS", "build", "R1.2");
-    startWithEngine();
+    startAfterItsOwnAnnouncement();
     ToldNumbers told;
     told.application = "074-8125-600-D";
     receiveLine(announcement, 53);
@@ -446,7 +457,7 @@ TEST_F(ServerVersions, TheBuildIsReportedOnceAllServersHaveAnnouncedIt) {
 
 TEST_F(ServerVersions, ASingleMismatchReportsADevelopmentBuild) {
     bench.configuration().set("APPS", "build", "R1.2");
-    startWithEngine();
+    startAfterItsOwnAnnouncement();
     ToldNumbers told;
     told.application = "074-8125-600-D";
     receiveLine(otherAnnouncement, 53);
@@ -469,25 +480,16 @@ TEST_F(ServerVersions, NothingIsAnnouncedBeforeTheServerRuns) {
 }
 
 TEST_F(ServerVersions, AllThatIsKnownMayComeAtOnce) {
-    constexpr int rounds = 100;
     startWithEngine();
-    std::vector<std::thread> threads;
-    const auto inThread = [&threads](auto call) {
-        threads.emplace_back([call] {
-            for (int i = 0; i < rounds; ++i) {
-                call(i);
-            }
+    {
+        SimultaneousCalls calls(100);
+        calls.start([this](int i) { receiveAnswer("PARTNUMBERS,SW1:" + std::to_string(i)); });
+        calls.start([this](int i) {
+            receiveIds(makeIds({"HW", "SN", "SW-" + std::to_string(i), "FW", "OS"}));
         });
-    };
-    inThread([this](int i) { receiveAnswer("PARTNUMBERS,SW1:" + std::to_string(i)); });
-    inThread([this](int i) {
-        receiveIds(makeIds({"HW", "SN", "SW-" + std::to_string(i), "FW", "OS"}));
-    });
-    inThread([this](int i) { receiveLine(announcement, static_cast<unsigned char>(i)); });
-    inThread([this](int i) { server->cbGssip(makeRecord(makeMark(1000.0 + i), trevo)); });
-    inThread([this](int) { command(partNumbersRequest); });
-    for (auto& thread : threads) {
-        thread.join();
+        calls.start([this](int i) { receiveLine(announcement, static_cast<unsigned char>(i)); });
+        calls.start([this](int i) { server->cbGssip(makeRecord(makeMark(1000.0 + i), trevo)); });
+        calls.start([this](int) { command(partNumbersRequest); });
     }
     ToldNumbers told;
     told.pntdSoftware = "99";
