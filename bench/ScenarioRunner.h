@@ -22,7 +22,7 @@ namespace bench {
 class ScenarioRunner {
 public:
     enum class Result {
-        Done,        ///< all steps were carried out, and a server that still ran left in order
+        Done,        ///< all steps were carried out, and the server left in order, or as expected
         Failed,      ///< failure() tells why
         Interrupted  ///< interrupt() ended it before its last step, and nothing had failed
     };
@@ -117,6 +117,7 @@ private:
     // The running thread's own.
     ChapterBook chapters_;
     bool streamCut_ = false;  ///< the stream was ended by interrupt()
+    bool endJudged_ = false;  ///< a step has asked how the last server that was started ended
     std::string failure_;
     Clock::time_point zero_;  // of the scenario's clock
     Clock::time_point due_;   // of the present step

@@ -73,6 +73,7 @@ std::string ScenarioRunner::expect(const action::Exit& wanted, const action::Exp
     if (exit->status != wanted.status || exit->signal != wanted.signal) {
         throw StepFailure("it was " + exit->text());
     }
+    endJudged_ = true;
     return exit->text();
 }
 

@@ -22,10 +22,13 @@ void ScenarioRunner::carryOut(const action::Configure& step) {
 }
 
 void ScenarioRunner::carryOut(const action::StartServer& /*step*/) {
-    if (bench_.started() && bench_.server().running()) {
-        throw StepFailure("the server runs already");
+    if (bench_.started() && !endJudged_) {
+        const auto exit = bench_.server().wait(0ms);
+        throw StepFailure(exit ? "the server has ended: " + exit->text()
+                               : "the server runs already");
     }
     bench_.start();
+    endJudged_ = false;
     // What the server stores, its next start finds.
     bench_.configuration().omit(ExampleConfiguration::File::StoredSettings);
 }
@@ -42,6 +45,7 @@ void ScenarioRunner::carryOut(const action::StopServer& /*step*/) {
     if (server().countLines(exitLine) != 1) {
         throw StepFailure("the server left without its last line");
     }
+    endJudged_ = true;
     due_ = Clock::now();
 }
 

@@ -1,5 +1,6 @@
 #include <condition_variable>
 #include <fstream>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -70,6 +71,15 @@ protected:
         EXPECT_EQ(runner->failure(), reason);
     }
 
+    /// Does what the scenario waits for at its gate.
+    std::thread atGate(std::function<void()> what) {
+        return std::thread([this, what = std::move(what)] {
+            EXPECT_TRUE(notes.wait("expect register"));
+            what();
+            runner->bench().fpga().write32("Ptfe_Interface0", 24, 7);
+        });
+    }
+
     TemporaryFolder scripts;
     std::chrono::milliseconds streamDelay = ScenarioRunner::Options().streamDelay;
     Notes notes;
@@ -77,6 +87,8 @@ protected:
 };
 
 const std::string running = "start server\nexpect running within 60s\n";
+
+const std::string gate = "expect register Ptfe_Interface0 24 32 7 within 60s\n";
 
 const std::string orderly =
     "trap 'echo \"!!!!!! server has exited. Signal: 15\"; exit 0' TERM\n"
@@ -293,6 +305,22 @@ TEST_F(ScenarioRunnerTest, ServerThatLeavesBadlyAtTheEndFailsTheRun) {
     prepare("start server\nexpect line up\n",
             script("trap 'exit 4' TERM\necho up\nwhile :; do sleep 0.01; done"));
     expectFailure("test: at the end: the server left with exit status 4");
+}
+
+TEST_F(ScenarioRunnerTest, ServerThatCrashesAfterTheLastExpectationFailsTheRun) {
+    prepare("start server\n" + gate, script("exit 3"));
+    std::thread later =
+        atGate([this] { EXPECT_TRUE(runner->bench().server().wait(deadline).has_value()); });
+    expectFailure("test: at the end: the server left with exit status 3");
+    later.join();
+}
+
+TEST_F(ScenarioRunnerTest, ServerIsNotStartedAnewAfterAnUnnoticedEnd) {
+    prepare("start server\n" + gate + "start server\n", script("exit 3"));
+    std::thread later =
+        atGate([this] { EXPECT_TRUE(runner->bench().server().wait(deadline).has_value()); });
+    expectFailure("test:3: start server: the server has ended: exit status 3");
+    later.join();
 }
 
 TEST_F(ScenarioRunnerTest, ServerThatLeavesWithoutAWordFailsItsStop) {
