@@ -7,10 +7,11 @@ namespace bench {
 
 void ObservationLog::add(Observation observation) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    auto& seen = bySource_[observation.source];
+    auto& [seen, dropped] = bySource_[observation.source];
     seen.push_back(std::move(observation));
     if (seen.size() > kept_) {
         seen.pop_front();
+        ++dropped;
     }
     changed_.notify_all();
 }
@@ -18,7 +19,7 @@ void ObservationLog::add(Observation observation) {
 ObservationLog::Outcome ObservationLog::take(const std::string& source, const Predicate& wanted,
                                              Clock::time_point deadline) {
     std::unique_lock<std::mutex> lock(mutex_);
-    auto& seen = bySource_[source];
+    auto& seen = bySource_[source].seen;
     while (true) {
         const auto found = std::find_if(seen.begin(), seen.end(), wanted);
         if (found != seen.end()) {
@@ -43,8 +44,9 @@ ObservationLog::Outcome ObservationLog::pause(Clock::time_point until) {
 
 void ObservationLog::forget() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    for (auto& [source, seen] : bySource_) {
-        seen.clear();  // in its place: a take() may wait there
+    for (auto& [name, source] : bySource_) {
+        source.seen.clear();  // in its place: a take() may wait there
+        source.dropped = 0;
     }
 }
 
@@ -65,8 +67,14 @@ std::deque<Observation> ObservationLog::rest(const std::string& source, std::siz
     if (found == bySource_.end()) {
         return {};
     }
-    const auto& seen = found->second;
+    const auto& seen = found->second.seen;
     return {seen.end() - static_cast<std::ptrdiff_t>(std::min(most, seen.size())), seen.end()};
+}
+
+std::size_t ObservationLog::dropped(const std::string& source) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = bySource_.find(source);
+    return found == bySource_.end() ? 0 : found->second.dropped;
 }
 
 }  // namespace bench

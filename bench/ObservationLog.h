@@ -41,7 +41,7 @@ public:
     /// Waits for nothing: TimedOut once it is that time.
     Outcome pause(Clock::time_point until);
 
-    /// Drops all that was not taken.
+    /// Forgets all that was not taken, and what had left before.
     void forget();
 
     /// Ends this wait and all later ones, until resume().
@@ -51,11 +51,19 @@ public:
     /// The youngest observations of the source that were not taken, the oldest of them first.
     std::deque<Observation> rest(const std::string& source, std::size_t most) const;
 
+    /// How many observations of the source have left beyond the limit.
+    std::size_t dropped(const std::string& source) const;
+
 private:
+    struct Source {
+        std::deque<Observation> seen;
+        std::size_t dropped = 0;
+    };
+
     const std::size_t kept_;
     mutable std::mutex mutex_;  // guards all below
     std::condition_variable changed_;
-    std::map<std::string, std::deque<Observation>> bySource_;
+    std::map<std::string, Source> bySource_;
     bool interrupted_ = false;
 };
 

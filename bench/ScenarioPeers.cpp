@@ -221,6 +221,18 @@ void ScenarioPeers::inject(const std::string& queue, const std::vector<std::uint
     books_.countQueueRecord(queue);
 }
 
+void ScenarioPeers::checkAlive() const {
+    const auto check = [](const char* name, const ChildProcess& process) {
+        if (const auto exit = process.wait(0ms)) {
+            throw StepFailure(std::string(name) + " has ended: " + exit->text());
+        }
+    };
+    for (const Peer& peer : peers_) {
+        check("zephon-topic-peer", peer.peer->process());
+    }
+    check("zephon-queue-peer", queues_->process());
+}
+
 void ScenarioPeers::end() {
     queues_.reset();
     peers_.clear();

@@ -42,6 +42,9 @@ public:
     void inject(const std::string& queue, const UnitFrame& frame, std::int64_t instant);
     void inject(const std::string& queue, const std::vector<std::uint8_t>& bytes);
 
+    /// Raises when a process has ended before end(): nobody publishes or listens in its place.
+    void checkAlive() const;
+
     /// Ends the processes.
     void end();
 

@@ -159,6 +159,13 @@ std::string ScenarioRunner::expectObservation(const std::string& source,
     if (outcome == Outcome::Seen && step.absent) {
         throw StepFailure("it came");
     }
+    if (outcome == Outcome::TimedOut) {
+        peers_.checkAlive();  // else nobody may have listened
+    }
+    if (const std::size_t dropped = books_.seen().dropped(source); dropped > 0 && step.absent) {
+        throw StepFailure(fmt::format(
+            "it may have come: the oldest {} are kept no more (\"forget\" makes room)", dropped));
+    }
     if (outcome == Outcome::TimedOut && !step.absent) {
         constexpr std::size_t most = 5;
         std::string reason = "it did not come";

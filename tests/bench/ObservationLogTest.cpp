@@ -68,12 +68,16 @@ TEST(ObservationLog, ForgetsTheOldestOfASource) {
     ASSERT_EQ(rest.size(), 2U);
     EXPECT_EQ(rest[0].text, "two");
     EXPECT_EQ(log.rest("line", 1)[0].text, "three");
+    EXPECT_EQ(log.dropped("line"), 1U);
+    EXPECT_EQ(log.dropped("EventLog"), 0U);
 }
 
 TEST(ObservationLog, ForgetsAllWhenTold) {
-    ObservationLog log;
+    ObservationLog log(1);
+    log.add(line("none"));
     log.add(line("one"));
     log.forget();
+    EXPECT_EQ(log.dropped("line"), 0U);
     EXPECT_EQ(log.take("line", holds("one"), Clock::now()), Outcome::TimedOut);
     log.add(line("one"));
     EXPECT_EQ(log.take("line", holds("one"), Clock::now()), Outcome::Seen);

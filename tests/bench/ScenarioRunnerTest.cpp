@@ -1,8 +1,12 @@
 #include <condition_variable>
+#include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <thread>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 
@@ -18,6 +22,27 @@ using Result = ScenarioRunner::Result;
 
 constexpr auto deadline = 60s;
 
+/// Kills the child of this program whose command line holds the text, and waits until it is gone.
+void killChild(const std::string& text) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream status(entry.path() / "status");
+        std::ifstream arguments(entry.path() / "cmdline");
+        const std::string state(std::istreambuf_iterator<char>(status), {});
+        const std::string command(std::istreambuf_iterator<char>(arguments), {});
+        if (state.find("\nPPid:\t" + std::to_string(::getpid()) + "\n") != std::string::npos &&
+            command.find(text) != std::string::npos) {
+            const pid_t child = std::stoi(entry.path().filename());
+            EXPECT_EQ(::kill(child, SIGKILL), 0);
+            const auto end = std::chrono::steady_clock::now() + deadline;
+            while (::kill(child, 0) == 0 && std::chrono::steady_clock::now() < end) {
+                std::this_thread::sleep_for(1ms);
+            }
+            return;
+        }
+    }
+    ADD_FAILURE() << "no child " << text;
+}
+
 /// What a run tells of itself.
 class Notes {
 public:
@@ -25,6 +50,10 @@ public:
         const std::lock_guard<std::mutex> lock(mutex_);
         lines_.push_back(line);
         changed_.notify_all();
+    }
+    void clear() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        lines_.clear();
     }
     bool wait(const std::string& text) {
         std::unique_lock<std::mutex> lock(mutex_);
@@ -49,6 +78,7 @@ protected:
         options.bench = std::move(bench);
         options.note = [this](const std::string& line) { notes.add(line); };
         options.streamDelay = streamDelay;
+        notes.clear();
         runner = std::make_unique<ScenarioRunner>(Scenario::parse(scenario, "test"), options);
     }
 
@@ -271,6 +301,32 @@ TEST_F(ScenarioRunnerTest, ServerLinesAreExpected) {
 TEST_F(ScenarioRunnerTest, LineThatMustNotComeFailsTheRun) {
     prepare("start server\nexpect no line up within 20s\n", script(orderly));
     expectFailure("test:2: expect no line up within 20s: it came");
+}
+
+TEST_F(ScenarioRunnerTest, AbsenceIsInDoubtWhenTheOldestAreNotKept) {
+    const std::string talk = "start server\nexpect exit 0 within 60s\n";
+    prepare(talk + "expect no line gone within 0s\n", script("echo gone\nseq 10001"));
+    expectFailure(
+        "test:3: expect no line gone within 0s: it may have come: the oldest 2 are kept no more "
+        "(\"forget\" makes room)");
+    prepare(talk + "forget\nexpect no line gone within 0s\n", script("echo gone\nseq 10001"));
+    expectDone();
+}
+
+TEST_F(ScenarioRunnerTest, AbsenceIsInDoubtWhenAPeerHasEnded) {
+    const std::vector<std::pair<std::string, std::string>> peers{
+        {"EventLogger", "EventLog x"},
+        {"HumanInterface", "Response x"},
+        {"zephon-queue-peer", "DT_IN frame 1"},
+    };
+    for (const auto& [peer, wanted] : peers) {
+        prepare(gate + "expect no " + wanted + " within 0s\n");
+        std::thread later = atGate([name = peer] { killChild(name); });
+        const std::string program = peer == "zephon-queue-peer" ? peer : "zephon-topic-peer";
+        expectFailure("test:2: expect no " + wanted + " within 0s: " + program +
+                      " has ended: signal 9 (Killed)");
+        later.join();
+    }
 }
 
 TEST_F(ScenarioRunnerTest, MissingLineTellsThatNothingCame) {
