@@ -81,6 +81,7 @@ std::string ScenarioRunner::expect(const action::Solutions& /*wanted*/,
                                    const action::Expect& step) {
     const bool over = waitFor(
         [this] {
+            peers_.checkAlive();
             books_.settle();
             return peers_.streamIsOver() && books_.ledger().totals().waiting() == 0;
         },

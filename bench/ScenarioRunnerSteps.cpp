@@ -88,6 +88,7 @@ void ScenarioRunner::carryOut(const action::WaitStream& /*step*/) {
                 if (bench_.started() && !bench_.server().running()) {
                     throw StepFailure("the server has ended");
                 }
+                peers_.checkAlive();
                 return peers_.streamIsOver();
             },
             Clock::time_point::max());

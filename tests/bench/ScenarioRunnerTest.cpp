@@ -578,6 +578,18 @@ TEST_F(ScenarioRunnerTest, StreamIsNotWaitedForWhenTheServerDies) {
     expectFailure("test:3: wait stream: the server has ended");
 }
 
+TEST_F(ScenarioRunnerTest, StreamIsNotWaitedForWhenItsPublisherDies) {
+    for (const std::string wait : {"wait stream", "expect solutions within 60s"}) {
+        prepare("stream 100\n" + wait + "\n");
+        std::thread later([this, wait] {
+            EXPECT_TRUE(notes.wait(wait));
+            killChild("ClockAndNavigator");
+        });
+        expectFailure("test:2: " + wait + ": zephon-topic-peer has ended: signal 9 (Killed)");
+        later.join();
+    }
+}
+
 TEST_F(ScenarioRunnerTest, FailureLeavesNothingRunning) {
     prepare("start server\nexpect line up\nstream 100\nexpect line down within 0s\n",
             script(orderly));
