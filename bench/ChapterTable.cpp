@@ -80,21 +80,28 @@ void ChapterBook::met(const action::Expect& step, const std::string& seen) {
     }
 }
 
-void ChapterBook::failed(const Step& step, const std::string& reason) {
+void ChapterBook::fail(const std::string& what, const std::string& expected,
+                       const std::string& reason) {
     if (next_ == 0) {
         return;
     }
     ChapterResult& present = chapters_.at(next_ - 1);
     present.state = ChapterResult::State::Failed;
+    present.checks.push_back({what, expected, reason.substr(0, reason.find('\n')), false});
+}
+
+void ChapterBook::failed(const Step& step, const std::string& reason) {
     const auto* const expected = std::get_if<action::Expect>(&step.action);
-    const std::string line = reason.substr(0, reason.find('\n'));
     if (expected == nullptr) {
-        present.checks.push_back({step.text, "", line, false});
+        fail(step.text, "", reason);
     } else {
-        present.checks.push_back(
-            {expected->caption.empty() ? fmt::format("line {}", step.line) : expected->caption,
-             expected->wanted, line, false});
+        fail(expected->caption.empty() ? fmt::format("line {}", step.line) : expected->caption,
+             expected->wanted, reason);
     }
+}
+
+void ChapterBook::failedAtEnd(const std::string& reason) {
+    fail("at the end", "", reason);
 }
 
 void ChapterBook::end(Clock::time_point now, bool cut) {

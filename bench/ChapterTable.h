@@ -42,6 +42,8 @@ public:
     void met(const action::Expect& step, const std::string& seen);
     /// The present step has failed. Its row says so whether it has a caption or not.
     void failed(const Step& step, const std::string& reason);
+    /// The run has failed behind its last step, or where it was interrupted.
+    void failedAtEnd(const std::string& reason);
     /// The run is over: the last chapter has passed unless it failed, or was `cut` short.
     void end(Clock::time_point now, bool cut);
 
@@ -49,6 +51,7 @@ public:
 
 private:
     void close(Clock::time_point now, ChapterResult::State state);
+    void fail(const std::string& what, const std::string& expected, const std::string& reason);
 
     std::vector<ChapterResult> chapters_;
     std::size_t next_ = 0;  ///< one more than the present chapter's place; 0: none has begun

@@ -80,12 +80,14 @@ ScenarioRunner::Result ScenarioRunner::run() {
         }
     }
     if (result == Result::Failed) {
-        if (present != nullptr) {
+        if (present == nullptr) {
+            chapters_.failedAtEnd(failure_);
+            failure_ = fmt::format("{}: at the end: {}", scenario_.name, failure_);
+        } else {
             chapters_.failed(*present, failure_);
+            failure_ = fmt::format("{}:{}: {}: {}", scenario_.name, present->line,
+                                   printable(present->text), failure_);
         }
-        failure_ = present == nullptr ? fmt::format("{}: at the end: {}", scenario_.name, failure_)
-                                      : fmt::format("{}:{}: {}: {}", scenario_.name, present->line,
-                                                    printable(present->text), failure_);
     }
     chapters_.end(Clock::now(), result == Result::Interrupted);
     peers_.end();

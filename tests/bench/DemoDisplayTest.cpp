@@ -166,6 +166,18 @@ TEST(ChapterTable, AFailedActionStandsWithItsText) {
     EXPECT_FALSE(book.results().at(1).checks.at(0).ok);
 }
 
+TEST(ChapterTable, AFailureAtTheEndStandsInTheLastChapter) {
+    ChapterBook book(day());
+    book.begin({});
+    book.failedAtEnd("it left badly\nand so on");
+    book.end({}, true);
+    EXPECT_EQ(book.results().at(0).state, ChapterResult::State::Failed);
+    const CheckResult& check = book.results().at(0).checks.at(0);
+    EXPECT_EQ(check.what, "at the end");
+    EXPECT_EQ(check.seen, "it left badly");
+    EXPECT_FALSE(check.ok);
+}
+
 TEST(ChapterTable, AnInterruptedChapterWasCutShort) {
     ChapterBook book(day());
     book.begin({});
@@ -187,6 +199,7 @@ TEST(ChapterTable, AScenarioWithoutChaptersHasNone) {
     ChapterBook book(Scenario::parse("start server\nexpect running\n", "plain"));
     book.met({}, "");
     book.failed({}, "");
+    book.failedAtEnd("");
     book.end({}, false);
     EXPECT_EQ(chapterTable(book.results()), "");
 }

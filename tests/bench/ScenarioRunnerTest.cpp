@@ -125,6 +125,8 @@ const std::string orderly =
     "echo up\n"
     "while :; do sleep 0.01; done";
 
+const std::string disorderly = "trap 'exit 4' TERM\necho up\nwhile :; do sleep 0.01; done";
+
 TEST_F(ScenarioRunnerTest, PublishedPairGivesItsFrame) {
     prepare(running +
             "publish UTCTime\n"
@@ -358,8 +360,7 @@ TEST_F(ScenarioRunnerTest, ServerThatDiesIsNotRunning) {
 }
 
 TEST_F(ScenarioRunnerTest, ServerThatLeavesBadlyAtTheEndFailsTheRun) {
-    prepare("start server\nexpect line up\n",
-            script("trap 'exit 4' TERM\necho up\nwhile :; do sleep 0.01; done"));
+    prepare("start server\nexpect line up\n", script(disorderly));
     expectFailure("test: at the end: the server left with exit status 4");
 }
 
@@ -495,6 +496,28 @@ TEST_F(ScenarioRunnerTest, PntDeviceSpeaksAndChaptersAreTold) {
     EXPECT_EQ(chapters[2].state, State::Failed);
     EXPECT_FALSE(chapters[2].checks.at(0).ok);
     EXPECT_EQ(chapters[3].state, State::NotReached);
+}
+
+TEST_F(ScenarioRunnerTest, FailureAtTheEndIsTheLastChapters) {
+    prepare("chapter Day\nstart server\nexpect line up\n", script(disorderly));
+    expectFailure("test: at the end: the server left with exit status 4");
+    ASSERT_EQ(runner->chapters().size(), 1U);
+    EXPECT_EQ(runner->chapters()[0].state, ChapterResult::State::Failed);
+    EXPECT_EQ(runner->chapters()[0].checks.at(0).what, "at the end");
+    EXPECT_EQ(runner->chapters()[0].checks.at(0).seen, "the server left with exit status 4");
+}
+
+TEST_F(ScenarioRunnerTest, FailureAfterAnInterruptIsThePresentChapters) {
+    prepare("chapter Day\nstart server\nexpect line up\nexpect line down within 60s\n",
+            script(disorderly));
+    std::thread later([this] {
+        EXPECT_TRUE(notes.wait("expect line down"));
+        runner->interrupt();
+    });
+    expectFailure("test: at the end: the server left with exit status 4");
+    later.join();
+    EXPECT_EQ(runner->chapters().at(0).state, ChapterResult::State::Failed);
+    EXPECT_EQ(runner->chapters().at(0).met, 1U);
 }
 
 TEST_F(ScenarioRunnerTest, RegistersAreSetAndExpected) {
