@@ -31,6 +31,9 @@ constexpr auto figuresEvery = 1s;
 // Bounds the time between the end of the run and that of the display.
 constexpr auto signalsEvery = 20ms;
 
+// As a shell tells of a program that Ctrl-C has ended.
+constexpr int interruptedStatus = 130;
+
 /// Standard output: lines that pass upwards, and below them, on a terminal, a block that is drawn
 /// anew in its place. Any thread may call.
 class Screen {
@@ -212,7 +215,15 @@ int runLive(const LiveOptions& options, const sigset_t& ending) {
     if (options.keep) {
         screen.line("Left standing: " + bench.folder().path().string());
     }
-    return result == ScenarioRunner::Result::Failed ? 1 : 0;
+    switch (result) {
+        case ScenarioRunner::Result::Done:
+            return 0;
+        case ScenarioRunner::Result::Interrupted:
+            return interruptedStatus;
+        case ScenarioRunner::Result::Failed:
+            break;
+    }
+    return 1;
 }
 
 }  // namespace bench

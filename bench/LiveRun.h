@@ -20,8 +20,9 @@ struct LiveOptions {
 
 /// Plays a scenario and shows live what passes, and in the end how it went. `ending` are the
 /// signals that end a stream, or the scenario; the caller has blocked them in all threads. Returns
-/// the exit status: 0 only when no step failed and the server left in order. Raises ScenarioError,
-/// and what the bench raises.
+/// the exit status: 0 when all steps were carried out and the server left in order, 130 when a
+/// signal ended the scenario before its last step and nothing had failed, 1 when something had.
+/// Raises ScenarioError, and what the bench raises.
 int runLive(const LiveOptions& options, const sigset_t& ending);
 
 }  // namespace bench

@@ -123,6 +123,17 @@ TEST_F(ZephonBench, FailedStepIsToldAndGivesStatusOne) {
                 HasSubstr("FAILED: small.scenario:1: expect line x within 0s: it did not come"));
 }
 
+TEST_F(ZephonBench, AScenarioThatASignalEndsBeforeItsLastStepIsNotASuccess) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        Program program({"--scenario", file("expect line x within 60s\n")});
+        ASSERT_TRUE(program.waitForLine("line 1: expect line x", deadline)) << program.output();
+        ASSERT_TRUE(program.signal(signal));
+        EXPECT_EQ(program.status(), 130) << program.output();
+        EXPECT_THAT(program.standardOutput(),
+                    HasSubstr("Ended before its last step; nothing had failed."));
+    }
+}
+
 TEST_F(ZephonBench, ARunThatConfiguresNothingTellsOfNoSettings) {
     const Program program({"--scenario", file("after 1ms expect no line x within 0s\n")});
     EXPECT_EQ(program.status(), 0) << program.output();
