@@ -33,9 +33,10 @@ const char* const scenarioGrammar = R"(A scenario is a row of steps, one a line:
   pntd DEVICE                    how the PNT device on link3 stands and answers, or what it sends
   expect [no] WHAT [within TIME] [as TEXT]
                                  fails the run when it does not come (10s) or, with "no", comes;
-                                 a TEXT gives it a row in the table of the chapters
+                                 a TEXT gives it a row in its chapter of the table
   forget                         what came so far satisfies no expectation any more
-  chapter TEXT                   a part of the run; the result ends with a table of them
+  chapter TEXT                   a part of the run, with an expectation at least; the result ends
+                                 with a table of them
   variable NAME VALUE            what ${NAME} stands for; --set NAME=VALUE replaces it
 
   CONTENT  frame ID [flags=F] [WORD..]  or  bytes HEX..  or  status ID [TEXT] (message 5044)
@@ -136,6 +137,35 @@ private:
     std::vector<Step> steps_;
 };
 
+ScenarioError errorAt(const std::string& name, std::size_t line, const std::string& reason) {
+    return ScenarioError(name + ":" + std::to_string(line) + ": " + reason);
+}
+
+/// Refuses what the table of chapters cannot show: a chapter that expects nothing, and a caption
+/// before the first one.
+void checkChapters(const Scenario& scenario) {
+    bool begun = false;
+    const Step* idle = nullptr;  // the present chapter, until it expects something
+    const auto checkIdle = [&scenario, &idle] {
+        if (idle != nullptr) {
+            throw errorAt(scenario.name, idle->line, "the chapter expects nothing");
+        }
+    };
+    for (const Step& step : scenario.steps) {
+        if (std::holds_alternative<action::Chapter>(step.action)) {
+            checkIdle();
+            begun = true;
+            idle = &step;
+        } else if (const auto* const expected = std::get_if<action::Expect>(&step.action)) {
+            if (!begun && !expected->caption.empty()) {
+                throw errorAt(scenario.name, step.line, "\"as\" needs a chapter before it");
+            }
+            idle = nullptr;
+        }
+    }
+    checkIdle();
+}
+
 }  // namespace
 
 Scenario Scenario::parse(std::string_view text, const std::string& name, const Variables& given) {
@@ -150,7 +180,7 @@ Scenario Scenario::parse(std::string_view text, const std::string& name, const V
         try {
             reader.takeLine(text.substr(0, end), lineNumber);
         } catch (const scenario::LineError& error) {
-            throw ScenarioError(name + ":" + std::to_string(lineNumber) + ": " + error.what());
+            throw errorAt(name, lineNumber, error.what());
         }
         text.remove_prefix(std::min(end + 1, text.size()));
     }
@@ -162,6 +192,7 @@ Scenario Scenario::parse(std::string_view text, const std::string& name, const V
     if (scenario.steps.empty()) {
         throw ScenarioError(name + ": has no steps");
     }
+    checkChapters(scenario);
     return scenario;
 }
 

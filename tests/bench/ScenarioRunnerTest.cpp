@@ -482,7 +482,8 @@ TEST_F(ScenarioRunnerTest, PntDeviceSpeaksAndChaptersAreTold) {
         "expect PNTD_MX frame 27535 0 0 0 0 0x0109 0x040B\n"
         "chapter Night\n"
         "expect line never within 0s as \"what never comes\"\n"
-        "chapter \"Another day\"\n");
+        "chapter \"Another day\"\n"
+        "expect line never within 0s\n");
     EXPECT_EQ(runner->run(), Result::Failed);
     using State = ChapterResult::State;
     const auto& chapters = runner->chapters();

@@ -159,7 +159,8 @@ TEST(Scenario, ReadsAStatusInThePlaceOfAFrame) {
 }
 
 TEST(Scenario, ReadsChapters) {
-    EXPECT_EQ(actionOf<action::Chapter>("chapter \"A part\"").title, "A part");
+    const Scenario scenario = parse("chapter \"A part\"\nexpect running");
+    EXPECT_EQ(std::get<action::Chapter>(scenario.steps[0].action).title, "A part");
     EXPECT_TRUE(std::holds_alternative<action::Forget>(stepOf("forget").action));
 }
 
@@ -295,12 +296,14 @@ TEST(Scenario, ReadsHowLongToWait) {
 }
 
 TEST(Scenario, ReadsWhatAnExpectationIsCalled) {
-    const auto frame =
-        actionOf<action::Expect>("expect link1 frame 5 1 2 within 2s as \"the answer\"");
+    const Scenario scenario = parse(
+        "chapter Day\nexpect link1 frame 5 1 2 within 2s as \"the answer\"\n"
+        "expect link1 frame 5 1 as x");
+    const auto& frame = std::get<action::Expect>(scenario.steps[1].action);
     EXPECT_EQ(frame.caption, "the answer");
     EXPECT_EQ(frame.wanted, "link1 frame 5 1 2");
     EXPECT_EQ(frame.within, 2s);
-    EXPECT_EQ(actionOf<action::Expect>("expect link1 frame 5 1 as x").wanted, "link1 frame 5 1");
+    EXPECT_EQ(std::get<action::Expect>(scenario.steps[2].action).wanted, "link1 frame 5 1");
     const auto none = actionOf<action::Expect>("expect no Response \"A B\" within 0s");
     EXPECT_EQ(none.wanted, "no Response \"A B\"");
     EXPECT_EQ(none.caption, "");
@@ -508,6 +511,20 @@ TEST(Scenario, RefusesAGivenVariableThatTheFileDoesNotHave) {
 TEST(Scenario, RefusesATextWithoutSteps) {
     EXPECT_EQ(refusal(""), "test: has no steps");
     EXPECT_EQ(refusal("# nothing\nvariable a 1\n"), "test: has no steps");
+}
+
+TEST(Scenario, RefusesAChapterThatExpectsNothing) {
+    EXPECT_EQ(refusal("expect line a\nchapter Day\nstart server\n\nchapter Night\nexpect line b"),
+              "test:2: the chapter expects nothing");
+    EXPECT_EQ(refusal("chapter Day\nexpect no line a within 0s\nchapter Night\nstop server\n"),
+              "test:3: the chapter expects nothing");
+}
+
+TEST(Scenario, RefusesACaptionThatNoChapterHolds) {
+    EXPECT_EQ(refusal("expect line a as \"the first\""),
+              "test:1: \"as\" needs a chapter before it");
+    EXPECT_EQ(refusal("start server\nexpect line a as x\nchapter Day\nexpect line b\n"),
+              "test:2: \"as\" needs a chapter before it");
 }
 
 TEST(Scenario, RefusesControlCharacters) {
