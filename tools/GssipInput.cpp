@@ -91,11 +91,17 @@ int openSignals() {
 void readInput(InputOptions const& options,
                std::function<bool(unsigned char const* bytes, std::size_t count)> const& take) {
     const bool isLine = !options.device.empty();
+    const bool isStandardInput = !isLine && options.file == "-";
     std::string const name =
-        isLine ? options.device : (options.file == "-" ? "standard input" : options.file);
+        isLine ? options.device : (isStandardInput ? "standard input" : options.file);
     // Before the signals are held back: a named pipe is open once it has a writer.
     const Descriptor input(openInput(options));
     if (input.get() < 0) {
+        fail(name);
+    }
+    // Another reader may take what poll saw, and no signal would end a read that then waits.
+    // Standard input is shared with others, whose reads would change too.
+    if (!isStandardInput && ::fcntl(input.get(), F_SETFL, O_NONBLOCK) != 0) {
         fail(name);
     }
     if (isLine) {

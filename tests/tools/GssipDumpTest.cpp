@@ -4,17 +4,24 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <list>
 #include <map>
+#include <numeric>
 #include <random>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "bench/ChildProcess.h"
+#include "bench/FileDescriptor.h"
 #include "bench/PseudoTerminal.h"
 #include "bench/QueueRecord.h"
 #include "bench/TemporaryFolder.h"
@@ -82,6 +89,32 @@ Result resultOf(ChildProcess const& process) {
     const auto exit = process.wait(deadline);
     return {exit && exit->signal == 0 ? exit->status : -1, process.standardOutput(),
             process.standardError()};
+}
+
+/// Waits until it is so.
+template <typename Condition>
+bool becomes(Condition const& condition) {
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+/// Whether a process has blocked a signal.
+bool holdsBack(pid_t process, int signal) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    const std::string name = "SigBlk:";
+    for (std::string line; std::getline(status, line);) {
+        if (line.substr(0, name.size()) == name) {
+            const auto blocked = std::stoull(line.substr(name.size()), nullptr, 16);
+            return (blocked >> static_cast<unsigned>(signal - 1) & 1U) != 0;
+        }
+    }
+    return false;
 }
 
 class GssipDump : public testing::Test {
@@ -402,6 +435,38 @@ TEST_F(GssipDump, ReadsAPipeInWhateverPieces) {
     EXPECT_EQ(expected, shell("dd status=none bs=1 if=" + path + " | \"$DUMP\"").output);
     EXPECT_EQ("", shell("\"$DUMP\" < /dev/null").output);
     EXPECT_EQ(0, shell("\"$DUMP\" < /dev/null").status);
+}
+
+TEST_F(GssipDump, EndsBySignalWhenAnotherReaderTookWhatCame) {
+    const std::string path = folder_.path() / "queue";
+    ASSERT_EQ(0, ::mkfifo(path.c_str(), 0600));
+    const bench::FileDescriptor pipe(::open(path.c_str(), O_RDWR | O_CLOEXEC));
+    std::list<ChildProcess> readers;
+    for (int i = 0; i < 4; ++i) {
+        readers.emplace_back(programPath(), ChildProcess::Options{{path}, {}, {}});
+    }
+    const auto shown = [&readers] {
+        return std::accumulate(readers.begin(), readers.end(), std::size_t{0},
+                               [](std::size_t sum, ChildProcess const& reader) {
+                                   return sum + reader.countLines("5001");
+                               });
+    };
+    ASSERT_TRUE(becomes([&readers] {
+        return std::all_of(readers.begin(), readers.end(), [](ChildProcess const& reader) {
+            return holdsBack(reader.pid(), SIGTERM);
+        });
+    }));
+    // Each frame wakes all that wait, and one of them gets it.
+    const Bytes frame = bytesOf(5001);
+    for (std::size_t sent = 1; sent <= 20; ++sent) {
+        ASSERT_EQ(static_cast<ssize_t>(frame.size()),
+                  ::write(pipe.get(), frame.data(), frame.size()));
+        ASSERT_TRUE(becomes([&] { return shown() == sent; })) << sent;
+    }
+    for (auto& reader : readers) {
+        EXPECT_TRUE(reader.signal(SIGTERM));
+        EXPECT_EQ(0, resultOf(reader).status);
+    }
 }
 
 TEST_F(GssipDump, EndsQuietlyWhenNobodyReadsItsOutput) {
