@@ -51,8 +51,11 @@ int openInput(InputOptions const& options) {
         // Without waiting for the carrier of a modem.
         return ::open(options.device.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     }
-    return options.file == "-" ? STDIN_FILENO
-                               : ::open(options.file.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
+    if (options.file == "-") {
+        // Where it is closed, its number would go to what is opened next.
+        return ::fcntl(STDIN_FILENO, F_GETFD) < 0 ? -1 : STDIN_FILENO;
+    }
+    return ::open(options.file.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
 }
 
 void setUpLine(int descriptor, InputOptions const& options) {

@@ -497,6 +497,9 @@ TEST_F(GssipDump, TellsWhatCannotBeRead) {
     result = run({"--device", write({})});
     EXPECT_EQ(2, result.status);
     EXPECT_THAT(result.errors, HasSubstr("is no serial device\n"));
+    result = shell("timeout 20 \"$DUMP\" <&-");
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("gssip-dump: standard input: Bad file descriptor\n", result.errors);
 }
 
 TEST_F(GssipDump, RefusesArgumentsThatDoNotFit) {
