@@ -57,7 +57,11 @@ int run(int argc, char** argv) {
         app.add_option("file", input.file, "Capture of raw bytes, - for standard input")
             ->capture_default_str();
     auto* const device =
-        app.add_option("-d,--device", input.device, "Serial device to listen on")->excludes(file);
+        app.add_option("-d,--device", input.device, "Serial device to listen on")
+            ->excludes(file)
+            ->check([](std::string const& name) {
+                return name.empty() ? std::string("no device is named") : std::string();
+            });
     app.add_option("-b,--baud", input.baud, "Rate of the device in bit/s")
         ->needs(device)
         ->capture_default_str();

@@ -506,7 +506,8 @@ TEST_F(GssipDump, RefusesArgumentsThatDoNotFit) {
     const std::string path = write({});
     for (Lines const& arguments :
          {Lines{"--baud", "9600", path}, Lines{"--parity", "odd", path},
-          Lines{"--device", path, path}, Lines{"--device", path, "--queue"},
+          Lines{"--device", path, path}, Lines{"--device", path, "--queue"}, Lines{"--device", ""},
+          Lines{"--device="}, Lines{"--device", "", "--baud", "9600"},
           Lines{"--color", "sometimes", path}, Lines{"--wrong"}, Lines{path, path},
           Lines{"--device", path, "--parity", "mark"}}) {
         const Result result = run(arguments);
