@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <optional>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/signalfd.h>
@@ -58,26 +59,38 @@ int openInput(InputOptions const& options) {
     return ::open(options.file.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
 }
 
-void setUpLine(int descriptor, InputOptions const& options) {
-    termios terminal{};
-    if (::tcgetattr(descriptor, &terminal) != 0) {
-        fail(options.device, "is no serial device");
+/// Sets a serial line up, and puts its settings back at the end.
+class LineSettings {
+public:
+    /// The descriptor must outlive the object.
+    LineSettings(int descriptor, InputOptions const& options) : descriptor_(descriptor) {
+        if (::tcgetattr(descriptor, &former_) != 0) {
+            fail(options.device, "is no serial device");
+        }
+        termios terminal = former_;
+        ::cfmakeraw(&terminal);
+        FACE::IOSS::SerialSettings settings;
+        settings.baudRate = options.baud;
+        settings.parity = options.parity;
+        settings.dataBits = 8;
+        settings.stopBits = 1;
+        auto const refused = FACE::IOSS::ApplySerialSettings(settings, terminal);
+        if (!refused.empty()) {
+            fail(options.device, refused.front());
+        }
+        FACE::IOSS::ApplyReadTimeout(-1, terminal);
+        if (::tcsetattr(descriptor, TCSANOW, &terminal) != 0) {
+            fail(options.device);
+        }
     }
-    ::cfmakeraw(&terminal);
-    FACE::IOSS::SerialSettings settings;
-    settings.baudRate = options.baud;
-    settings.parity = options.parity;
-    settings.dataBits = 8;
-    settings.stopBits = 1;
-    auto const refused = FACE::IOSS::ApplySerialSettings(settings, terminal);
-    if (!refused.empty()) {
-        fail(options.device, refused.front());
-    }
-    FACE::IOSS::ApplyReadTimeout(-1, terminal);
-    if (::tcsetattr(descriptor, TCSANOW, &terminal) != 0) {
-        fail(options.device);
-    }
-}
+    ~LineSettings() { ::tcsetattr(descriptor_, TCSANOW, &former_); }  // in vain when it hung up
+    LineSettings(LineSettings const&) = delete;
+    LineSettings& operator=(LineSettings const&) = delete;
+
+private:
+    int const descriptor_;
+    termios former_{};
+};
 
 /// Gives a descriptor that is readable once the program is asked to end, in place of its end.
 int openSignals() {
@@ -107,10 +120,11 @@ void readInput(InputOptions const& options,
     if (!isStandardInput && ::fcntl(input.get(), F_SETFL, O_NONBLOCK) != 0) {
         fail(name);
     }
-    if (isLine) {
-        setUpLine(input.get(), options);
-    }
     const Descriptor signals(openSignals());
+    std::optional<LineSettings> settings;
+    if (isLine) {
+        settings.emplace(input.get(), options);
+    }
     std::vector<unsigned char> bytes(largestRead);
     std::array<pollfd, 2> waited{{{input.get(), POLLIN, 0}, {signals.get(), POLLIN, 0}}};
     for (;;) {

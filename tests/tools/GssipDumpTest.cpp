@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <termios.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -541,6 +542,38 @@ TEST_F(GssipDumpOnALine, ShowsFramesAsTheyComeUntilItIsInterrupted) {
         EXPECT_EQ(2U, result.lines().size());
         EXPECT_THAT(result.errors, IsEmpty());
     }
+}
+
+TEST_F(GssipDumpOnALine, PutsTheSettingsOfTheLineBackAtTheEnd) {
+    // The far end of a pseudo-terminal has the settings of the near one.
+    termios before{};
+    ASSERT_EQ(0, ::tcgetattr(line_.descriptor(), &before));
+    before.c_lflag |= ICANON | ISIG;
+    before.c_iflag |= IXON;
+    before.c_cc[VMIN] = 4;
+    ::cfsetispeed(&before, B9600);
+    ::cfsetospeed(&before, B9600);
+    ASSERT_EQ(0, ::tcsetattr(line_.descriptor(), TCSANOW, &before));
+    ASSERT_EQ(0, ::tcgetattr(line_.descriptor(), &before));
+
+    ChildProcess process(programPath(),
+                         {{"--device", line_.slavePath(), "--baud", "38400"}, {}, {}});
+    termios meanwhile{};
+    ASSERT_TRUE(becomes([&] {
+        return ::tcgetattr(line_.descriptor(), &meanwhile) == 0 &&
+               ::cfgetispeed(&meanwhile) == B38400;
+    }));
+    EXPECT_TRUE(process.signal(SIGINT));
+    EXPECT_EQ(0, resultOf(process).status);
+
+    termios after{};
+    ASSERT_EQ(0, ::tcgetattr(line_.descriptor(), &after));
+    EXPECT_EQ(before.c_iflag, after.c_iflag);
+    EXPECT_EQ(before.c_oflag, after.c_oflag);
+    EXPECT_EQ(before.c_cflag, after.c_cflag);
+    EXPECT_EQ(before.c_lflag, after.c_lflag);
+    EXPECT_EQ(before.c_cc[VMIN], after.c_cc[VMIN]);
+    EXPECT_EQ(B9600, ::cfgetispeed(&after));
 }
 
 TEST_F(GssipDumpOnALine, TellsAtTheEndWhatWasCutShortByIt) {
