@@ -296,7 +296,7 @@ std::string jsonOf(Sighting const& sighting, DecodedFrame const& frame) {
         object["id"] = frame.id;
         object["words"] = frame.words;
     }
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+    return object.dump(-1, ' ', true, Json::error_handler_t::replace) + '\n';
 }
 
 bool isFlawless(DecodedFrame const& frame) {

@@ -1,5 +1,6 @@
 #include "tools/RecordText.h"
 
+#include <cstddef>
 #include <ctime>
 #include <utility>
 
@@ -58,7 +59,7 @@ std::string jsonOf(Sighting const& sighting) {
                                         {"source", serverNameOf(sighting.deviceId)},
                                         {"kind", sighting.kind},
                                         {"text", sighting.text}};
-    return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return object.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
 std::string serverNameOf(std::uint32_t deviceId) {
@@ -79,14 +80,22 @@ std::string timeText(std::int64_t nanoseconds) {
 std::string printable(std::string_view text) {
     constexpr unsigned char firstPrinted = 0x20;
     constexpr unsigned char del = 0x7F;
+    constexpr char c1Lead = '\xC2';  // of U+0080 to U+009F, which command a terminal too
+    const auto isC1At = [text](std::size_t at) {
+        return text[at] == c1Lead && at + 1 < text.size() &&
+               (static_cast<unsigned char>(text[at + 1]) & 0xE0U) == 0x80U;
+    };
     std::string shown;
     shown.reserve(text.size());
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
         if (byte < firstPrinted || byte == del) {
             shown += fmt::format("\\x{:02X}", byte);
+        } else if (isC1At(i)) {
+            ++i;
+            shown += fmt::format("\\xC2\\x{:02X}", static_cast<unsigned char>(text[i]));
         } else {
-            shown += character;
+            shown += text[i];
         }
     }
     return shown;

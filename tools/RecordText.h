@@ -27,7 +27,7 @@ Sighting sightingOf(std::string topic, std::int64_t publishedAt,
 /// Time, topic, source, kind and text, without a line's end.
 std::string lineOf(Sighting const& sighting);
 
-/// The same as one JSON object; bytes that are no UTF-8 become U+FFFD.
+/// The same as one JSON object, in ASCII; bytes that are no UTF-8 become U+FFFD.
 std::string jsonOf(Sighting const& sighting);
 
 /// The name of the server that a device id tells, or "server <id>" for one that has none.
@@ -36,8 +36,8 @@ std::string serverNameOf(std::uint32_t deviceId);
 /// ISO 8601, UTC, milliseconds: "2024-09-18T13:48:46.250Z".
 std::string timeText(std::int64_t nanoseconds);
 
-/// The text with its control characters as \xNN: what came over a topic must not command the
-/// terminal.
+/// The text with its control characters, those of two bytes in UTF-8 too, as \xNN: what came over a
+/// topic must not command the terminal.
 std::string printable(std::string_view text);
 
 }  // namespace zephonctl

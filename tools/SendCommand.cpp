@@ -133,7 +133,7 @@ private:
         return {{"command", options_.text}, {"status", status}};
     }
     static void print(nlohmann::ordered_json const& object) {
-        fmt::print("{}\n", object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+        fmt::print("{}\n", object.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace));
         std::fflush(stdout);
     }
 

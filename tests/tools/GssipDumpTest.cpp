@@ -374,14 +374,21 @@ TEST_F(GssipDump, CutsTextAtItsFieldAndShowsNoControlCharacter) {
     data[5] = 0x1B07;  // ESC and BEL
     data[6] = 0x9BFF;
     data[7] = 0x0A41;
+    data[8] = 0x7FC2;  // DEL, and U+009B in two bytes
+    data[9] = 0x9B41;
     const Result result = dump(bytesOf(5044, data), {"--verbose"});
-    EXPECT_THAT(result.output,
-                HasSubstr("Text = \"\\x1b\\x07\\x9b\\xff\\nAAAAAAAAAAAAAAAAAAAAAAAAAAA\"\n"));
-    for (const char character : result.output) {
+    EXPECT_THAT(
+        result.output,
+        HasSubstr("Text = \"\\x1b\\x07\\x9b\\xff\\nA\\x7f\\x9bAAAAAAAAAAAAAAAAAAAAAAA\"\n"));
+    EXPECT_EQ(32U, std::string("\x1b\x07\x9b\xff\nA\x7f\xc2\x9b"
+                               "AAAAAAAAAAAAAAAAAAAAAAA")
+                       .size());
+    const Result asJson = dump(bytesOf(5044, data), {"--json"});
+    EXPECT_THAT(asJson.output, HasSubstr("\\nA\\u007f\\u009bAAA"));
+    EXPECT_EQ(1U, asJson.objects().size());
+    for (const char character : result.output + asJson.output) {
         EXPECT_TRUE(character == '\n' || (character >= ' ' && character <= '~'));
     }
-    EXPECT_EQ(32U, std::string("\x1b\x07\x9b\xff\nAAAAAAAAAAAAAAAAAAAAAAAAAAA").size());
-    EXPECT_EQ(1U, dump(bytesOf(5044, data), {"--json"}).objects().size());
 }
 
 TEST_F(GssipDump, ShowsOnlyTheEntriesThatArrived) {

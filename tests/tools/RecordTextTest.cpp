@@ -24,7 +24,11 @@ TEST(RecordText, WritesTheEndsOfTime) {
 
 TEST(RecordText, WritesControlCharactersAsNumbers) {
     EXPECT_EQ("a\\x00\\x0A\\x1B[0m\\x7F", printable(std::string("a\0\n\x1B[0m\x7F", 8)));
+    EXPECT_EQ("\\xC2\\x80a\\xC2\\x9B31m\\xC2\\x9F", printable("\xC2\x80"
+                                                              "a\xC2\x9B"
+                                                              "31m\xC2\x9F"));
     EXPECT_EQ("\xC3\xA9", printable("\xC3\xA9"));
+    EXPECT_EQ("\xC2\xA0\xC3\x9B\xC2", printable("\xC2\xA0\xC3\x9B\xC2"));  // others
     EXPECT_EQ("", printable(""));
 }
 
@@ -66,6 +70,17 @@ TEST(RecordText, WritesJsonOfAnyBytes) {
     EXPECT_EQ("ZephonServer", object.at("source"));
     EXPECT_EQ("FAILURE", object.at("kind"));
     EXPECT_EQ("2024-09-18T13:48:46.250Z", object.at("time"));
+}
+
+TEST(RecordText, WritesJsonWithoutControlCharacters) {
+    Sighting sighting{instant, "EventLog", 0x03310200, "FAILURE",
+                      "\x1B[1m\x7F\xC2\x9B"
+                      "31m"};
+    const std::string line = jsonOf(sighting);
+    for (const char character : line) {
+        EXPECT_TRUE(character >= ' ' && character <= '~') << line;
+    }
+    EXPECT_EQ(sighting.text, nlohmann::json::parse(line).at("text"));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The program zephonctl beside the real server, and beside peers that listen in its place.
 
+#include <algorithm>
 #include <csignal>
 #include <sstream>
 #include <string>
@@ -111,11 +112,15 @@ TEST_F(ZephonctlProgram, SendsHostileTextsAsTheyAre) {
     const std::string huge(100000, 'X');
     for (std::string const& text :
          {std::string(), huge, huge + ",1,COM1", std::string("\xC3\xA9\xFF\x80,\x01\x1B[31m"),
-          std::string(",,,,"), std::string("SET_ZEPHON_COM,") + huge}) {
+          std::string("\x7F\xC2\x9B"), std::string(",,,,"),
+          std::string("SET_ZEPHON_COM,") + huge}) {
         const bool answered = text.substr(0, 3) == "SET";
         const std::string output = expectStatus(
             answered ? 1 : 2, {"send", "--timeout", answered ? "30" : "0.5", "--json", "--", text});
         EXPECT_TRUE(json::accept(output)) << output.substr(0, 200);
+        EXPECT_TRUE(std::all_of(output.begin(), output.end(), [](char character) {
+            return character == '\n' || (character >= ' ' && character <= '~');
+        })) << output.substr(0, 200);
         EXPECT_EQ(std::string::npos, errors.find('\x1B'));
     }
     EXPECT_EQ("ZephonServer\n", expectStatus(0, {"send", "BITSERVER_PING"}));
