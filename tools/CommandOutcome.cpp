@@ -30,23 +30,22 @@ int statusOf(std::string_view command, std::string_view answer) {
 }
 
 std::string reasonForSilence(std::string_view command, Sender sender) {
-    constexpr std::size_t longest = 60;
-    const std::string name = printable(verbOf(command).substr(0, longest));
     if (auto const* const verb = findVerb(command, sender)) {
-        if (verb->answers.empty()) {
-            return name + " is never answered";
+        if (verb->match == Match::WholeText && command != verb->name) {
+            return verb->name + " takes no arguments, so the server ignores this text";
         }
-        if (verb->arguments.empty() && command != verb->name) {
-            return name + " takes no arguments, so the server ignores this text";
-        }
-        return "no answer to " + name + " in time";
+        return verb->answers.empty() ? verb->name + " is never answered"
+                                     : "no answer to " + verb->name + " in time";
     }
     const bool human = sender == Sender::HumanInterface;
-    if (findVerb(command, human ? Sender::Server : Sender::HumanInterface) != nullptr) {
-        return name + (human ? " is no verb for the human interface"
-                             : " is a verb for the human interface alone (--as hmi)");
+    if (auto const* const verb =
+            findVerb(command, human ? Sender::Server : Sender::HumanInterface)) {
+        return verb->name + (human ? " is no verb for the human interface"
+                                   : " is a verb for the human interface alone (--as hmi)");
     }
-    return "\"" + name + "\" is no verb of ZephonServer, which ignores what it does not know";
+    constexpr std::size_t longest = 60;
+    return "\"" + printable(verbOf(command).substr(0, longest)) +
+           "\" is no verb of ZephonServer, which ignores what it does not know";
 }
 
 }  // namespace zephonctl

@@ -14,10 +14,18 @@ enum class Sender {
     HumanInterface  ///< the human interface alone (`--as hmi`)
 };
 
+/// Which texts the server takes for a verb.
+enum class Match {
+    WholeText,   ///< the verb alone
+    FirstField,  ///< what begins with it, up to the first comma
+    Anywhere     ///< what has it anywhere; goes before the others
+};
+
 struct Verb {
     std::string name;
     Sender sender;
-    std::string_view arguments;  ///< as they follow the verb, the first comma included; or empty
+    Match match;
+    std::string_view arguments;  ///< as they follow the verb, with their commas; or empty
     std::string_view summary;
     std::string_view answers;  ///< empty for a verb that is never answered
 };
@@ -28,7 +36,8 @@ std::vector<Verb> const& vocabulary();
 /// What stands before the first comma.
 std::string_view verbOf(std::string_view command);
 
-/// The row of a command's verb for this kind of sender; null when there is none.
+/// The row of the verb that the server takes a command for, from this kind of sender; null when
+/// there is none. A verb that must be the whole text is found with arguments too.
 Verb const* findVerb(std::string_view command, Sender sender);
 
 /// Whether a command takes something away that nobody brings back. Told by its words, so that the

@@ -46,6 +46,24 @@ TEST(CommandOutcome, TellsWhyThereIsNoAnswer) {
     EXPECT_THAT(reasonForSilence("", Sender::Server), HasSubstr("\"\" is no verb"));
 }
 
+TEST(CommandOutcome, TellsThatAVerbIsLateWhoseTextTheServerTakes) {
+    EXPECT_EQ("no answer to REQUEST_COMPONENT_CBIT in time",
+              reasonForSilence("REQUEST_COMPONENT_CBIT,5", Sender::Server));
+    EXPECT_EQ("no answer to REQUEST_COMPONENT_CBIT in time",
+              reasonForSilence("BITSERVER_PING,REQUEST_COMPONENT_CBIT", Sender::Server));
+    EXPECT_EQ("no answer to QUERY_ZEPHON_SUPER_USER in time",
+              reasonForSilence("QUERY_ZEPHON_SUPER_USER,1", Sender::Server));
+    EXPECT_EQ("REQUEST_CBIT is never answered",
+              reasonForSilence("NOW REQUEST_CBIT", Sender::Server));
+    EXPECT_EQ("REQUEST_CBIT is no verb for the human interface",
+              reasonForSilence("NOW REQUEST_CBIT", Sender::HumanInterface));
+}
+
+TEST(CommandOutcome, TellsThatATextIsIgnoredBeforeThatItsVerbIsNeverAnswered) {
+    EXPECT_EQ("INIT_SINCGARS takes no arguments, so the server ignores this text",
+              reasonForSilence("INIT_SINCGARS,1", Sender::HumanInterface));
+}
+
 TEST(CommandOutcome, CutsAHugeVerbAndHidesControlCharactersInTheReason) {
     const std::string reason = reasonForSilence(std::string(100000, '\n'), Sender::Server);
     EXPECT_LT(reason.size(), 400U);

@@ -26,6 +26,20 @@ TEST(CommandVocabulary, FindsAVerbByWhatStandsBeforeTheFirstComma) {
     EXPECT_EQ(nullptr, findVerb(",", Sender::Server));
 }
 
+TEST(CommandVocabulary, FindsTheVerbThatTheServerTakesATextFor) {
+    for (char const* const text :
+         {"NOW REQUEST_CBIT", "REQUEST_COMPONENT_CBIT,5", "REQUEST_CBIT,REQUEST_COMPONENT_CBIT",
+          "BITSERVER_PING,REQUEST_CBIT", "SET_ZEPHON_COM,1,REQUEST_CBIT,COM1", "PNTD_SLIP,DEBUG",
+          "QUERY_ZEPHON_HOT_START,1", "INIT_HOTSTART", "START_ZEROIZE"}) {
+        auto const* const taken = findCommandVerb(zephonctlId, text);
+        auto const* const verb = findVerb(text, Sender::Server);
+        ASSERT_NE(nullptr, taken) << text;
+        ASSERT_NE(nullptr, verb) << text;
+        EXPECT_EQ(taken->verb, verb->name) << text;
+    }
+    EXPECT_EQ(nullptr, findVerb("NOW REQUEST_CBIT", Sender::HumanInterface));
+}
+
 TEST(CommandVocabulary, TakesZeroizeAndDestroyForDestructive) {
     for (char const* const text : {"START_ZEROIZE", "START_DESTROY", "REQUEST_ZEROIZE",
                                    "TREVO_CV_ZEROIZE", "TREVO_DESTROY,1"}) {
@@ -61,13 +75,26 @@ TEST(CommandVocabulary, IsTheServers) {
     EXPECT_EQ(serversVerbs(ASPN2::ServerIds::HmiServer), toolsVerbs(Sender::HumanInterface));
 }
 
+Match matchOf(CommandVerb const& row) {
+    switch (row.match) {
+        case CommandVerb::Match::WholeText:
+            return Match::WholeText;
+        case CommandVerb::Match::Contains:
+            return Match::Anywhere;
+        case CommandVerb::Match::FirstField:
+            break;
+    }
+    return Match::FirstField;
+}
+
 TEST(CommandVocabulary, TellsArgumentsOfTheVerbsThatTakeSome) {
     for (auto const& verb : vocabulary()) {
         const auto sender =
             verb.sender == Sender::Server ? zephonctlId : ASPN2::ServerIds::HmiServer;
         auto const* const row = findCommandVerb(sender, verb.name);
         ASSERT_NE(nullptr, row) << verb.name;
-        if (row->match == CommandVerb::Match::WholeText) {
+        EXPECT_EQ(matchOf(*row), verb.match) << verb.name;
+        if (verb.match == Match::WholeText) {
             EXPECT_EQ("", verb.arguments) << verb.name;
         }
     }
@@ -78,7 +105,9 @@ TEST(CommandVocabulary, NamesEachVerbOnceForASender) {
     for (auto const& verb : vocabulary()) {
         EXPECT_TRUE(seen.insert({verb.name, verb.sender}).second) << verb.name;
         EXPECT_FALSE(verb.summary.empty()) << verb.name;
-        EXPECT_TRUE(verb.arguments.empty() || verb.arguments.front() == ',') << verb.name;
+        const auto comma = verb.arguments.find(',');  // optional arguments are in brackets with it
+        EXPECT_TRUE(verb.arguments.empty() || comma == (verb.arguments.front() == '[' ? 1U : 0U))
+            << verb.name;
     }
 }
 

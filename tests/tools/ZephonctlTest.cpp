@@ -279,7 +279,9 @@ TEST_F(ZephonctlProgram, EndsWithFourWhenTheTransportIsUnknown) {
 }
 
 TEST_F(ZephonctlProgram, ListsTheVerbsWithTheirArguments) {
-    EXPECT_THAT(expectStatus(0, {"verbs"}), HasSubstr("QUERY_ZEPHON_COM,UNIT,PORT\n"));
+    EXPECT_THAT(expectStatus(0, {"verbs"}),
+                testing::AllOf(HasSubstr("QUERY_ZEPHON_COM,UNIT,PORT\n"),
+                               HasSubstr("PNTD_SLIP[,DEBUG]\n")));
     EXPECT_THAT(expectStatus(0, {"verbs", "--names"}), StartsWith("BITSERVER_PING\n"));
     const auto list = json::parse(expectStatus(0, {"verbs", "--json"}));
     ASSERT_GT(list.size(), 5U);
