@@ -32,7 +32,7 @@ const char* const scenarioGrammar = R"(A scenario is a row of steps, one a line:
   set INTERFACE OFFSET BITS VALUE  a register of the FPGA, 8, 16, 32 or 64 bits wide
   pntd DEVICE                    how the PNT device on link3 stands and answers, or what it sends
   expect [no] WHAT [within TIME] [as TEXT]
-                                 fails the run when it does not come (10s) or, with "no", comes;
+                                 fails the run when it does not come (30s) or, with "no", comes;
                                  a TEXT gives it a row in its chapter of the table
   forget                         what came so far satisfies no expectation any more
   chapter TEXT                   a part of the run, with an expectation at least; the result ends

@@ -16,7 +16,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds defaultPatience = std::chrono::seconds(10);
+constexpr milliseconds defaultPatience = std::chrono::seconds(30);
 constexpr double slowestRate = 0.1;
 constexpr double fastestRate = 1000;
 
@@ -372,8 +372,7 @@ Step::Action expect(Words& words) {
     if (step.absent && !stream) {
         refuse("\"no\" stands before a frame, a record or a line only");
     }
-    step.within = std::holds_alternative<action::Running>(step.condition) ? std::chrono::seconds(30)
-                                                                          : defaultPatience;
+    step.within = defaultPatience;
     if (words.takeIf("within")) {
         step.within = takeTime(words);
     } else if (step.absent) {

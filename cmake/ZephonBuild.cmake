@@ -81,11 +81,17 @@ function(zephon_test_code target)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         target_compile_options(${target} PRIVATE -fpch-preprocess)
     endif()
-    if(ZEPHON_SANITIZER STREQUAL "asan")
+    if(ZEPHON_SANITIZER)
         target_compile_options(${target} PRIVATE -O0)
     else()
         target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
     endif()
+endfunction()
+
+# The same for a source that declares a program's arguments: CLI11 is most of it.
+function(zephon_reads_arguments source)
+    set_source_files_properties("${source}" PROPERTIES
+        COMPILE_OPTIONS "$<IF:$<CONFIG:Release>,-O1,-O0>")
 endfunction()
 
 # Google Mock's headers are half of what a test program compiles: read once for all of them, with

@@ -287,7 +287,7 @@ TEST(Scenario, ReadsExpectedTexts) {
 }
 
 TEST(Scenario, ReadsHowLongToWait) {
-    EXPECT_EQ(actionOf<action::Expect>("expect line x").within, 10s);
+    EXPECT_EQ(actionOf<action::Expect>("expect line x").within, 30s);
     EXPECT_EQ(actionOf<action::Expect>("expect running").within, 30s);
     const auto absent = actionOf<action::Expect>("expect no line x within 0s");
     EXPECT_TRUE(absent.absent);
