@@ -163,7 +163,7 @@ TEST_F(ZephonctlProgram, FindsAServerThatStartsWhileItLooks) {
 TEST_F(ZephonctlProgram, EndsWithTwoWhenWhoListensDoesNotAnswer) {
     writeConfiguration();
     const Listener listener(bench);
-    expectStatus(2, {"send", "--discovery", "30", "--timeout", "0.3", "QUERY_ZEPHON_COM,1,COM1"});
+    expectStatus(2, {"send", "--discovery", "10", "--timeout", "0.3", "QUERY_ZEPHON_COM,1,COM1"});
     EXPECT_THAT(errors, HasSubstr("nor did ZephonServer answer a ping"));
     EXPECT_TRUE(listener.commands.waitFor("QUERY_ZEPHON_COM,1,COM1")) << listener.commands.report();
 }
