@@ -21,6 +21,7 @@
 #include "tests/ASPN/FpgaFile.h"
 #include "tests/ASPN/SetClock.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
+#include "tests/face/ParticipantsApart.h"
 #include "tests/face/TypedTransport.h"
 
 using namespace std::chrono_literals;

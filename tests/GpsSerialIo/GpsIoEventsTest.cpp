@@ -4,6 +4,7 @@
 #include "aspn2_msgs/EventLog.h"
 #include "gmock/gmock.h"
 #include "tests/GpsSerialIo/GpsIoFixture.h"
+#include "tests/face/ParticipantsApart.h"
 #include "tests/face/TypedTransport.h"
 
 namespace gps_io_test {

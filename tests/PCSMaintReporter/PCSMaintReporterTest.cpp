@@ -18,6 +18,7 @@
 #include "PCSMaintReporter/PCSMaintReporter.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
 #include "tests/face/FailingAllocation.h"
+#include "tests/face/ParticipantsApart.h"
 #include "tests/face/TypedTransport.h"
 
 using namespace std::chrono_literals;

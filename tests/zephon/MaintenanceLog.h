@@ -6,6 +6,7 @@
 
 #include "aspn2_msgs/MaintenanceEvent.h"
 #include "bench/Bench.h"
+#include "tests/face/ParticipantsApart.h"
 #include "tests/face/TypedTransport.h"
 
 /// The topic MaintenanceEvent as another participant reads it, in this process; what was published
