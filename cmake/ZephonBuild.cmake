@@ -30,6 +30,12 @@ endif()
 if(ZEPHON_SANITIZER STREQUAL "asan")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # Programs that are loaded at any address have a relocation for each check: a quarter of
+        # their size, read and written again at each start.
+        add_compile_options(-fno-pie)
+        add_link_options(-no-pie)
+    endif()
 elseif(ZEPHON_SANITIZER STREQUAL "tsan")
     add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
     add_link_options(-fsanitize=thread)
