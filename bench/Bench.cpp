@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <thread>
 #include <utility>
 
+#include "bench/Patience.h"
 #include "bench/SharedMemory.h"
 
 namespace bench {
@@ -15,20 +15,6 @@ constexpr const char* runningLine = "ZephonServer started successfully.";
 
 // The last of the handlers that the server installs once it runs.
 constexpr int lastHandledSignal = SIGINT;
-
-/// True when the process has a handler of its own for the signal.
-bool handlesSignal(pid_t pid, int number) {
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    const std::string key = "SigCgt:";
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.compare(0, key.size(), key) == 0) {
-            const unsigned long long mask = std::stoull(line.substr(key.size()), nullptr, 16);
-            return ((mask >> (number - 1)) & 1) != 0;
-        }
-    }
-    return false;
-}
 
 ExampleConfiguration::Settings complete(ExampleConfiguration::Settings settings,
                                         const DomainLock& domain) {
@@ -108,18 +94,12 @@ void Bench::start() {
 }
 
 bool Bench::waitUntilRunning(Duration timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    if (!server_->waitForLine(runningLine, timeout)) {
-        return false;
-    }
     // The line comes a moment before the handlers: a SIGTERM in between would just kill it.
-    while (!handlesSignal(server_->pid(), lastHandledSignal)) {
-        if (!server_->running() || std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return server_->waitForLine(runningLine, timeout) &&
+           holdsInTime(
+               [this] { return server_->catches(lastHandledSignal) || !server_->running(); },
+               timeout) &&
+           server_->running();
 }
 
 std::optional<ChildProcess::Exit> Bench::stop(Duration timeout) {

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -15,6 +16,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "bench/Patience.h"
 #include "bench/SharedMemory.h"
 
 namespace bench {
@@ -175,6 +177,18 @@ bool ChildProcess::running() const {
     return !exit_.has_value();
 }
 
+bool ChildProcess::catches(int signal) const {
+    std::ifstream status("/proc/" + std::to_string(pid_) + "/status");
+    const std::string key = "SigCgt:";
+    for (std::string line; std::getline(status, line);) {
+        if (line.compare(0, key.size(), key) == 0) {
+            const unsigned long long mask = std::stoull(line.substr(key.size()), nullptr, 16);
+            return ((mask >> (signal - 1)) & 1) != 0;
+        }
+    }
+    return false;
+}
+
 bool ChildProcess::signal(int number) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (reaped_) {
@@ -206,7 +220,7 @@ void ChildProcess::closeInput() {
 
 std::optional<ChildProcess::Exit> ChildProcess::wait(Duration timeout) const {
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait_for(lock, timeout, [this] { return exit_.has_value(); });
+    waitFor(changed_, lock, timeout, [this] { return exit_.has_value(); });
     return exit_;
 }
 
@@ -215,7 +229,7 @@ std::optional<std::string> ChildProcess::waitForLine(std::string_view text,
     std::optional<std::string> found;
     std::size_t next = 0;
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait_for(lock, timeout, [&] {
+    waitFor(changed_, lock, timeout, [&] {
         for (next = std::max(next, forgotten_); next < forgotten_ + lines_.size(); ++next) {
             const std::string& line = lines_[next - forgotten_].text;
             if (line.find(text) != std::string::npos) {
@@ -232,7 +246,7 @@ bool ChildProcess::waitForLines(std::string_view text, std::size_t count, Durati
     std::size_t next = 0;
     std::size_t seen = 0;
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait_for(lock, timeout, [&] {
+    waitFor(changed_, lock, timeout, [&] {
         for (next = std::max(next, forgotten_); next < forgotten_ + lines_.size(); ++next) {
             seen += lines_[next - forgotten_].text.find(text) != std::string::npos ? 1 : 0;
         }

@@ -60,6 +60,9 @@ public:
     pid_t pid() const { return pid_; }
     bool running() const;
 
+    /// Whether the program has a handler of its own for the signal, by the kernel's word.
+    bool catches(int signal) const;
+
     /// Sends a signal to the program; false when it has ended.
     bool signal(int number);
 

@@ -7,6 +7,8 @@
 #include <thread>
 #include <utility>
 
+#include "bench/Patience.h"
+
 namespace bench {
 
 FakeSlipTools::FakeSlipTools(std::filesystem::path folder) : folder_(std::move(folder)) {
@@ -34,15 +36,7 @@ void FakeSlipTools::release() const {
 }
 
 bool FakeSlipTools::waitForCall(const std::string& call, std::chrono::milliseconds timeout) const {
-    constexpr std::chrono::milliseconds lookEvery{5};
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (calls().find(call + "\n") == std::string::npos) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(lookEvery);
-    }
-    return true;
+    return holdsInTime([&] { return calls().find(call + "\n") != std::string::npos; }, timeout);
 }
 
 std::string FakeSlipTools::calls() const {

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "bench/FileDescriptor.h"
+#include "bench/Patience.h"
 
 namespace bench {
 namespace {
@@ -187,14 +188,7 @@ void FpgaModel::write(const std::string& interface, std::size_t offset, unsigned
 
 bool FpgaModel::waitFor(const std::string& interface, std::size_t offset, unsigned width,
                         std::uint64_t value, std::chrono::milliseconds timeout) const {
-    const auto deadline = Clock::now() + timeout;
-    while (read(interface, offset, width) != value) {
-        if (Clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
+    return holdsInTime([&] { return read(interface, offset, width) == value; }, timeout);
 }
 
 void FpgaModel::uartDataArrived(std::uint32_t uart) {

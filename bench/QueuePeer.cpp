@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "bench/Patience.h"
 #include "bench/QueuePeerProtocol.h"
 #include "bench/UnitFrame.h"
 
@@ -94,7 +95,7 @@ bool QueuePeer::waitForRecords(const std::string& queue, std::size_t count,
     std::unique_lock<std::mutex> lock(mutex_);
     std::size_t records = 0;
     bool foreign = false;
-    changed_.wait_for(lock, timeout, [&] {
+    waitFor(changed_, lock, timeout, [&] {
         if (const auto books = books_.find(queue); books != books_.end()) {
             records = books->second.records;
             foreign = books->second.foreign;

@@ -9,6 +9,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "bench/Patience.h"
+
 namespace bench {
 namespace {
 
@@ -102,7 +104,7 @@ void UnitModel::sendLater(const UnitFrame& frame, Duration delay) {
 
 bool UnitModel::waitUntilSent(Duration timeout) const {
     std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, timeout, [this] { return outgoing_.empty() && late_.empty(); });
+    return waitFor(changed_, lock, timeout, [this] { return outgoing_.empty() && late_.empty(); });
 }
 
 void UnitModel::stopReading() {
@@ -152,7 +154,7 @@ bool UnitModel::waitForFrames(std::size_t count, Duration timeout, const Predica
     std::uint64_t next = 0;
     std::size_t seen = 0;
     std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, timeout, [&] {
+    return waitFor(changed_, lock, timeout, [&] {
         seen += log_.countFrom(next, wanted);
         return seen >= count;
     });

@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "bench/Patience.h"
+
 namespace bench {
 namespace {
 
@@ -179,7 +181,7 @@ bool VirtualUnits::waitForFrames(unsigned unit, std::size_t wantedCount, Duratio
     std::size_t seen = 0;
     std::unique_lock<std::mutex> lock(mutex_);
     const FrameLog<VirtualFrame>& log = units_.at(unit - 1).log;
-    return changed_.wait_for(lock, timeout, [&] {
+    return waitFor(changed_, lock, timeout, [&] {
         seen += log.countFrom(next, wanted);
         return seen >= wantedCount;
     });
@@ -198,7 +200,7 @@ std::uint64_t VirtualUnits::defects() const {
 
 bool VirtualUnits::waitForDefects(std::uint64_t wantedCount, Duration timeout) const {
     std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, timeout, [&] { return defects_ >= wantedCount; });
+    return waitFor(changed_, lock, timeout, [&] { return defects_ >= wantedCount; });
 }
 
 std::vector<std::string> VirtualUnits::defectTexts() const {

@@ -21,6 +21,7 @@
 #include "bench/DeviceRoot.h"
 #include "bench/ExampleConfiguration.h"
 #include "bench/FileDescriptor.h"
+#include "bench/Patience.h"
 #include "bench/TemporaryFolder.h"
 #include "bench/UnitModel.h"
 #include "face/MX_Config.h"
@@ -74,19 +75,6 @@ inline UnitFrame makeFrame(std::uint16_t id, std::uint16_t words = 2,
     return frame;
 }
 
-/// Looks again and again until `condition` holds; for what no event tells.
-template <typename Condition>
-bool holdsInTime(Condition condition) {
-    auto const end = Clock::now() + patience;
-    while (!condition()) {
-        if (Clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
 /// What the callbacks of a link heard, in order. Callbacks come on the protocol thread.
 class Outcomes {
 public:
@@ -105,7 +93,7 @@ public:
 
     bool waitFor(std::size_t count) const {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, patience, [&] { return heard_.size() >= count; });
+        return bench::waitFor(changed_, lock, patience, [&] { return heard_.size() >= count; });
     }
 
     std::vector<Outcome> all() const {
@@ -132,7 +120,7 @@ public:
 
     bool waitFor(std::size_t count) const {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, patience, [&] { return records_.size() >= count; });
+        return bench::waitFor(changed_, lock, patience, [&] { return records_.size() >= count; });
     }
 
     std::vector<aspn2_msgs::idl::GSSIP> all() const {

@@ -264,7 +264,7 @@ TEST_F(GpsIoHandshake, TimesOutWhenTheAnswersArriveDamaged) {
     EXPECT_FALSE(exchange());
     EXPECT_EQ(output.count(firstTimeout), 1U) << output.text();
     EXPECT_EQ(output.count(secondTimeout), 1U) << output.text();
-    EXPECT_TRUE(holdsInTime([this] { return link->counters().rxChecksumErrors >= 4; }))
+    EXPECT_TRUE(bench::holdsInTime([this] { return link->counters().rxChecksumErrors >= 4; }))
         << "two answers to each transmission";
     EXPECT_EQ(link->counters().rxCount, 0U);
 }

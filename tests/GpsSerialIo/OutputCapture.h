@@ -16,6 +16,8 @@
 
 #include <gtest/gtest.h>
 
+#include "bench/Patience.h"
+
 /// Takes what the process writes to standard output while this object lives, and lets a test wait
 /// for it. Used by one thread. Afterwards the text of a failed test is printed where it would have
 /// gone.
@@ -65,8 +67,8 @@ public:
     /// Waits until `wanted` has been written `times` times; false when the time is up first.
     bool waitFor(std::string const& wanted, std::size_t times = 1) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return grown_.wait_for(lock, std::chrono::seconds(10),
-                               [&] { return countOf(wanted) >= times; });
+        return bench::waitFor(grown_, lock, std::chrono::seconds(10),
+                              [&] { return countOf(wanted) >= times; });
     }
 
 private:
@@ -76,7 +78,8 @@ private:
     void catchUp(std::unique_lock<std::mutex>& lock) {
         std::size_t const wanted = marks_ + 1;
         if (::write(STDOUT_FILENO, &mark, 1) != 1 ||
-            !grown_.wait_for(lock, std::chrono::seconds(10), [&] { return marks_ >= wanted; })) {
+            !bench::waitFor(grown_, lock, std::chrono::seconds(10),
+                            [&] { return marks_ >= wanted; })) {
             ADD_FAILURE() << "standard output cannot be read back";
         }
     }

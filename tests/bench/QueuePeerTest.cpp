@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "bench/Bench.h"
+#include "bench/Patience.h"
 #include "bench/QueuePeer.h"
 #include "ioss_mcsq/GssipMcsq.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
@@ -55,7 +56,8 @@ protected:
 
     std::vector<std::int64_t> waitForArrivals(std::size_t count) {
         std::unique_lock<std::mutex> lock(mutex_);
-        EXPECT_TRUE(changed_.wait_for(lock, deadline, [&] { return arrived_.size() >= count; }));
+        EXPECT_TRUE(
+            bench::waitFor(changed_, lock, deadline, [&] { return arrived_.size() >= count; }));
         return arrived_;
     }
 

@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include "bench/Patience.h"
 #include "bench/ScenarioRunner.h"
 
 namespace bench {
@@ -57,7 +58,7 @@ public:
     }
     bool wait(const std::string& text) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, deadline, [&] {
+        return bench::waitFor(changed_, lock, deadline, [&] {
             return std::any_of(lines_.begin(), lines_.end(), [&](const std::string& line) {
                 return line.find(text) != std::string::npos;
             });

@@ -22,6 +22,7 @@
 #include "aspn2_msgs/TopicTypes.h"
 #include "aspn2_msgs/UTCTime.h"
 #include "bench/DomainLock.h"
+#include "bench/Patience.h"
 #include "bench/SharedMemory.h"
 #include "bench/Simulation.h"
 #include "bench/TopicPeer.h"
@@ -57,7 +58,7 @@ public:
     std::vector<Message> wait(int source, std::size_t count) {
         std::vector<Message> found;
         std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait_for(lock, deadline, [&] {
+        bench::waitFor(changed_, lock, deadline, [&] {
             found.clear();
             std::copy_if(messages_.begin(), messages_.end(), std::back_inserter(found),
                          [source](Message& message) {

@@ -9,6 +9,7 @@
 
 #include "aspn2_msgs/BitReport.h"
 #include "aspn2_msgs/EventLog.h"
+#include "bench/Patience.h"
 #include "tests/face/RawWriter.h"
 #include "tests/face/TypedTransport.h"
 
@@ -52,7 +53,8 @@ TEST_F(HostilePeerTest, WhatIsNoRecordReachesNoCallbackAndWhatFollowsDoes) {
     long long const id = transport.connect("Bits");
     ASSERT_EQ(typed.registerCallback(id, into(reports)), Code::NO_ERROR);
     RawWriter peer(domain.id(), "Bits", "aspn2_msgs::idl::BitReport");
-    ASSERT_TRUE(eventually([&] { return peer.matched() == 1; }) && transport.subscriberHas(id, 1));
+    ASSERT_TRUE(bench::holdsInTime([&] { return peer.matched() == 1; }) &&
+                transport.subscriberHas(id, 1));
 
     Bytes const good = record({1, 0, 0, 0, 7, 0, 0, 0, 8, 0, 0, 0, 1, 0, 0, 0,  //
                                9, 0, 0, 0, 1, 0, 0, 1});
@@ -83,7 +85,8 @@ TEST_F(HostilePeerTest, DisposedAndUnregisteredSamplesReachNoCallback) {
     long long const id = transport.connect("Events");
     ASSERT_EQ(typed.registerCallback(id, into(events)), Code::NO_ERROR);
     RawWriter peer(domain.id(), "Events", "aspn2_msgs::idl::EventLog");
-    ASSERT_TRUE(eventually([&] { return peer.matched() == 1; }) && transport.subscriberHas(id, 1));
+    ASSERT_TRUE(bench::holdsInTime([&] { return peer.matched() == 1; }) &&
+                transport.subscriberHas(id, 1));
     peer.write(eventRecord('a'));
     peer.write(eventRecord('b'), eprosima::fastrtps::rtps::NOT_ALIVE_DISPOSED);
     peer.write(eventRecord('c'), eprosima::fastrtps::rtps::NOT_ALIVE_UNREGISTERED);

@@ -21,6 +21,7 @@
 
 #include "bench/DeviceRoot.h"
 #include "bench/FileDescriptor.h"
+#include "bench/Patience.h"
 #include "bench/PseudoTerminal.h"
 #include "bench/TemporaryFolder.h"
 #include "face/MX_Config.h"
@@ -36,18 +37,6 @@ using FACE::IOSS::Serial::WRITE_PAYLOAD_TYPE;
 using Kind = FACE::IOSS::Serial::IO_PARAMETER_KIND;
 
 constexpr long long second = 1'000'000'000;  // in the service's nanoseconds
-
-/// Waits for `condition`; false when it does not come true in time.
-inline bool eventually(std::function<bool()> const& condition) {
-    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /// Counts how often containers are opened.
 class CountingConfig : public FACE::MX_Config {
@@ -201,7 +190,7 @@ protected:
     /// Takes what arrives at the far end until `count` bytes are there or 30 s are over.
     static std::string receive(bench::PseudoTerminal& at, std::size_t count) {
         std::string received;
-        eventually([&] {
+        bench::holdsInTime([&] {
             std::uint8_t buffer[4096];
             std::size_t const got = at.read(buffer, sizeof buffer);
             received.append(buffer, buffer + got);

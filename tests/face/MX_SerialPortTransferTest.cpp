@@ -6,6 +6,7 @@
 #include <future>
 #include <limits>
 
+#include "bench/Patience.h"
 #include "tests/face/MX_SerialPortFixture.h"
 
 using Clock = std::chrono::steady_clock;
@@ -298,7 +299,7 @@ TEST_F(MX_SerialPortWriteControl, GivesUpABlockedWriteWithin200Milliseconds) {
     for (int trial = 0; trial < 5 && shortest > milliseconds(200); ++trial) {
         ASSERT_EQ(resume(handle), Code::NO_ERROR);
         auto writer = writeOnAThread(handle, 1'000'000);  // far more than the line holds
-        ASSERT_TRUE(eventually([this] { return !takesBytes(); }));
+        ASSERT_TRUE(bench::holdsInTime([this] { return !takesBytes(); }));
         EXPECT_EQ(writer.wait_for(milliseconds(100)), std::future_status::timeout)
             << "a write waits as long as nobody abandons it";
         auto const request = Clock::now();
@@ -315,7 +316,7 @@ TEST_F(MX_SerialPortWriteControl, GivesUpABlockedWriteWithin200Milliseconds) {
 TEST_F(MX_SerialPortWriteControl, WorksAgainAfterAnAbandonedWrite) {
     long long const handle = startAndOpen();
     auto writer = writeOnAThread(handle, 1'000'000);
-    ASSERT_TRUE(eventually([this] { return !takesBytes(); }));
+    ASSERT_TRUE(bench::holdsInTime([this] { return !takesBytes(); }));
     ASSERT_EQ(abandon(handle), Code::NO_ERROR);
     EXPECT_EQ(writer.get().code, Code::DATA_OVERFLOW);
     ASSERT_EQ(resume(handle), Code::NO_ERROR);
@@ -336,7 +337,7 @@ TEST_F(MX_SerialPortWriteControl, WhileAbandonedAWriteTakesWhatGoesWithoutWaitin
     EXPECT_EQ(receive(line, 3), "abc");
 
     EXPECT_EQ(write(handle, std::string(1'000'000, 'x')), Code::DATA_OVERFLOW);
-    ASSERT_TRUE(eventually([&] { return write(handle, "y") == Code::NO_ACTION; }))
+    ASSERT_TRUE(bench::holdsInTime([&] { return write(handle, "y") == Code::NO_ACTION; }))
         << "not one byte goes into a full line";
 }
 
@@ -344,7 +345,7 @@ TEST_F(MX_SerialPortWriteControl, AWaitingWriteGoesOnWhenTheLineTakesBytesAgain)
     long long const handle = startAndOpen();
     constexpr std::size_t length = 100'000;
     auto writer = writeOnAThread(handle, length);
-    ASSERT_TRUE(eventually([this] { return !takesBytes(); }));
+    ASSERT_TRUE(bench::holdsInTime([this] { return !takesBytes(); }));
     EXPECT_EQ(receive(line, length).size(), length);
     EXPECT_EQ(writer.get().code, Code::NO_ERROR);
 }
@@ -355,7 +356,7 @@ TEST_F(MX_SerialPortWriteControl, GivesUpAWriteThatThePeerHoldsBackWithXoff) {
     std::uint8_t const xoff = 0x13;
     std::uint8_t const xon = 0x11;
     ASSERT_EQ(line.write(&xoff, 1), 1u);
-    ASSERT_TRUE(eventually([this] { return !takesBytes(); }));
+    ASSERT_TRUE(bench::holdsInTime([this] { return !takesBytes(); }));
 
     auto writer = writeOnAThread(handle, 5);
     EXPECT_EQ(writer.wait_for(milliseconds(100)), std::future_status::timeout);
@@ -372,7 +373,7 @@ TEST_F(MX_SerialPortWriteControl, GivesUpAWriteThatThePeerHoldsBackWithXoff) {
 TEST_F(MX_SerialPortWriteControl, ReopensAPortWhoseLineIsStalled) {
     long long const handle = startAndOpen();
     auto writer = writeOnAThread(handle, 1'000'000);
-    ASSERT_TRUE(eventually([this] { return !takesBytes(); }));
+    ASSERT_TRUE(bench::holdsInTime([this] { return !takesBytes(); }));
     ASSERT_EQ(abandon(handle), Code::NO_ERROR);
     EXPECT_EQ(writer.get().code, Code::DATA_OVERFLOW);
     ASSERT_EQ(resume(handle), Code::NO_ERROR);

@@ -17,6 +17,7 @@
 #include "aspn2_msgs/CommandResponse.h"
 #include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/GSSIP.h"
+#include "bench/Patience.h"
 #include "face/MX_TypedTS.h"
 #include "tests/face/TypedTransport.h"
 
@@ -490,9 +491,9 @@ TEST_F(MX_TypedTSStarted, SendingMayGoOnWhileTheSenderIsRemoved) {
         unsigned const sentBefore = sent;
         unsigned const refusedBefore = refused;
         EXPECT_EQ(typed.registerSender(id), Code::NO_ERROR);
-        EXPECT_TRUE(eventually([&] { return sent > sentBefore; }));
+        EXPECT_TRUE(bench::holdsInTime([&] { return sent > sentBefore; }));
         EXPECT_EQ(transport.unregisterSender(id), Code::NO_ERROR);
-        EXPECT_TRUE(eventually([&] { return refused > refusedBefore; }));
+        EXPECT_TRUE(bench::holdsInTime([&] { return refused > refusedBefore; }));
     }
     stop = true;
     for (std::thread& thread : threads) {
@@ -520,7 +521,7 @@ TEST_F(MX_TypedTSStarted, AnUnregisteredCallbackIsNotCalledAnyMore) {
                                                FACE::Sequence<FACE::TSS::QoS_Element> const&,
                                                Code::Value&) { ++counter; };
         EXPECT_EQ(typed.registerCallback(here, count), Code::NO_ERROR);
-        EXPECT_TRUE(eventually([&] { return *calls > 0; }));
+        EXPECT_TRUE(bench::holdsInTime([&] { return *calls > 0; }));
         EXPECT_EQ(transport.unregisterCallback(here), Code::NO_ERROR);
         calls.reset();  // a call after this reads freed memory, which the sanitizers see
     }

@@ -30,7 +30,7 @@ int main(int count, char** arguments) {
             in, [&](long long, long long, MeridanePNT const& record, FACE::TSS::HEADER_TYPE const&,
                     FACE::Sequence<FACE::TSS::QoS_Element> const&,
                     Code::Value&) { typed.send(out, record); }) == Code::NO_ERROR;
-    if (!ready || !eventually([&] {
+    if (!ready || !bench::holdsInTime([&] {
             return tss->connectionMap_mutex_at(0).subscriberListener()->matched() == 1 &&
                    tss->connectionMap_mutex_at(1).publisherListener()->matched() == 1;
         })) {

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "bench/DomainLock.h"
+#include "bench/Patience.h"
 #include "face/Listeners.h"
 #include "face/MX_Config.h"
 #include "face/MX_TSS.h"
@@ -24,19 +25,6 @@ using Code = FACE::RETURN_CODE_TYPE;
 
 /// Enough for a match over TCP on a busy machine; a test that passes never takes it.
 constexpr std::chrono::seconds DEADLINE(20);
-
-/// Waits for a state that nobody announces. False when the deadline passes first.
-template <class Condition>
-bool eventually(Condition condition, std::chrono::seconds timeout = DEADLINE) {
-    auto const deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /// What callbacks leave for the test's thread.
 template <class T>
@@ -51,7 +39,7 @@ public:
     /// The oldest item; none when the time passes first.
     std::optional<T> take(std::chrono::milliseconds timeout = DEADLINE) {
         std::unique_lock<std::mutex> lock(mutex_);
-        if (!came_.wait_for(lock, timeout, [this] { return !items_.empty(); })) {
+        if (!bench::waitFor(came_, lock, timeout, [this] { return !items_.empty(); })) {
             return std::nullopt;
         }
         T item = std::move(items_.front());
@@ -204,10 +192,12 @@ public:
 
     /// Waits until the publisher of the connection has found `count` subscribers.
     bool publisherHas(long long id, std::uint32_t count, std::chrono::seconds timeout = DEADLINE) {
-        return eventually([&] { return at(id).publisherListener()->matched() == count; }, timeout);
+        return bench::holdsInTime([&] { return at(id).publisherListener()->matched() == count; },
+                                  timeout);
     }
     bool subscriberHas(long long id, std::uint32_t count, std::chrono::seconds timeout = DEADLINE) {
-        return eventually([&] { return at(id).subscriberListener()->matched() == count; }, timeout);
+        return bench::holdsInTime([&] { return at(id).subscriberListener()->matched() == count; },
+                                  timeout);
     }
 
     TestFolder folder;

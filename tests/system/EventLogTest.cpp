@@ -4,13 +4,13 @@
 #include <vector>
 
 #include "bench/Bench.h"
+#include "bench/Patience.h"
 #include "bench/Simulation.h"
 #include "bench/SolutionFrame.h"
 #include "bench/VirtualUnits.h"
 #include "gmock/gmock.h"
 #include "tests/system/EventReader.h"
 #include "tests/system/LinkProbe.h"
-#include "tests/system/Waiting.h"
 
 namespace {
 
@@ -179,7 +179,7 @@ TEST_F(EventLog, ThinsABurstOutAndGoesOnWithItsNumbers) {
     // Ten lines wait at most, and ten a second leave: room comes back.
     ASSERT_TRUE(events.waitFor(line + "(1)")) << events.report();
     // What is heard was queued behind all the rest, which then has left but for some lines.
-    ASSERT_TRUE(holdsInTime([&] {
+    ASSERT_TRUE(bench::holdsInTime([&] {
         bench.unit(1).send(bench::makeStatus(17, "ROOM"));
         return events.waitFor("ROOM", 1s).has_value();
     })) << events.report();

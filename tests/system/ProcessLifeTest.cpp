@@ -2,12 +2,11 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
 #include "bench/Bench.h"
+#include "bench/Patience.h"
 #include "gmock/gmock.h"
-#include "tests/system/Waiting.h"
 
 namespace {
 
@@ -25,17 +24,6 @@ ChildProcess runServer(std::vector<std::string> arguments) {
     ChildProcess::Options options;
     options.arguments = std::move(arguments);
     return {bench::programFolder() / "ZephonServer", options};
-}
-
-/// Whether the process has a handler for the signal, from the mask that the kernel shows.
-bool catches(ChildProcess const& process, int signal) {
-    std::ifstream status("/proc/" + std::to_string(process.pid()) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind("SigCgt:", 0) == 0) {
-            return (std::stoull(line.substr(7), nullptr, 16) >> (signal - 1) & 1U) != 0;
-        }
-    }
-    return false;
 }
 
 TEST(ProcessLife, WithoutAnArgumentItTellsItsUsageAndEndsWithOne) {
@@ -97,10 +85,10 @@ TEST_P(FaultSignal, TakesItsDefaultActionTheSecondTime) {
         Bench bench;
         bench.start();
         ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
-        ASSERT_TRUE(catches(bench.server(), GetParam()));
+        ASSERT_TRUE(bench.server().catches(GetParam()));
         bench.server().signal(GetParam());
         // The handler has gone as soon as the first one was taken; the stop takes longer.
-        ASSERT_TRUE(holdsInTime([&] { return !catches(bench.server(), GetParam()); }, 20s));
+        ASSERT_TRUE(bench::holdsInTime([&] { return !bench.server().catches(GetParam()); }, 20s));
         bench.server().signal(GetParam());
         const auto exit = bench.server().wait(20s);
         ASSERT_TRUE(exit) << bench.report();
@@ -128,7 +116,7 @@ TEST_P(UncaughtSignal, KeepsItsDefaultAction) {
     Bench bench(options);
     bench.start();
     ASSERT_TRUE(bench.waitUntilRunning()) << bench.report();
-    EXPECT_FALSE(catches(bench.server(), GetParam()));
+    EXPECT_FALSE(bench.server().catches(GetParam()));
     bench.server().signal(GetParam());
     const auto exit = bench.server().wait(20s);
     ASSERT_TRUE(exit) << bench.report();

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "bench/Patience.h"
 #include "tests/system/EventReader.h"
 #include "tests/system/QueueFixture.h"
-#include "tests/system/Waiting.h"
 
 namespace {
 
@@ -166,7 +166,7 @@ TEST_F(QueueInput, RecordsWithoutAWholeHeaderMakeNoTrouble) {
 TEST_F(QueueInput, TheDataOutputQueueIsReadToo) {
     start();
     write("DT_OUT", makeRecord(5103));
-    EXPECT_TRUE(holdsInTime([&] { return waitingBytes(dtOut) == 0; }));
+    EXPECT_TRUE(bench::holdsInTime([&] { return waitingBytes(dtOut) == 0; }));
     write("DT_OUT", Bytes(20, 0xFF));
     EXPECT_TRUE(waitForLine(reportOf(20))) << bench.report();
     stop();
@@ -333,7 +333,7 @@ TEST_F(QueueInput, AStreamOfGarbageLeavesTheLinksAndTheStopAlone) {
     }
     EXPECT_EQ(3U, recordsOf(1, 3).size());
     for (const unsigned port : {0U, 1U, dtOut}) {
-        EXPECT_TRUE(holdsInTime([&] { return waitingBytes(port) == 0; })) << port;
+        EXPECT_TRUE(bench::holdsInTime([&] { return waitingBytes(port) == 0; })) << port;
     }
     EXPECT_GE(reports(), 3U);
     write("HALVOR_MX", makeRecord(4713));

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "bench/Patience.h"
 #include "bench/Simulation.h"
 #include "tests/system/EventReader.h"
 #include "tests/system/QueueFixture.h"
-#include "tests/system/Waiting.h"
 #include "tests/zephon/ReceiverFrames.h"
 #include "tests/zephon/UnitFrames.h"
 
@@ -122,7 +122,7 @@ TEST_F(ReceiverStatus, AUnitWithoutAcksIsToldAtTheSeventhMessage) {
     };
     send(1, 6);
     // A line of the unit's follows what has been told so far.
-    ASSERT_TRUE(holdsInTime([&] {  // the queue of the events may be full of time-outs
+    ASSERT_TRUE(bench::holdsInTime([&] {  // the queue of the events may be full of time-outs
         bench.unit(1).send(makeStatus(17, "SIX MESSAGES"));
         return events.waitFor("SIX MESSAGES", std::chrono::seconds(1)).has_value();
     })) << events.report();

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/Patience.h"
+
 /// The records that a topic peer has brought, and the waiting for them. Any thread.
 template <class Record>
 class RecordInbox {
@@ -38,7 +40,7 @@ public:
                                         std::chrono::seconds time = patience) const {
         std::unique_lock<std::mutex> lock(mutex_);
         std::optional<Record> found;
-        changed_.wait_for(lock, time, [&] {
+        bench::waitFor(changed_, lock, time, [&] {
             auto const place = std::find_if(records_.begin(), records_.end(), wanted);
             if (place != records_.end()) {
                 found = *place;
@@ -50,7 +52,7 @@ public:
 
     bool waitForCount(std::size_t count) const {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, patience, [&] { return records_.size() >= count; });
+        return bench::waitFor(changed_, lock, patience, [&] { return records_.size() >= count; });
     }
 
     /// All records once there are `count`; fewer when the time is up.

@@ -2,8 +2,8 @@
 
 #include <tinyxml2.h>
 
+#include "bench/Patience.h"
 #include "tests/system/SettingsFixture.h"
-#include "tests/system/Waiting.h"
 
 namespace {
 
@@ -263,7 +263,7 @@ TEST_F(SettingsCommand, AHotStartWithMissingOrBadFieldsIsRefusedAndTold) {
     const auto event = events.waitFor(begin);
     ASSERT_TRUE(event) << events.report();
     EXPECT_EQ(3, event->type);
-    EXPECT_TRUE(holdsInTime([&] { return events.count(begin) == 3; })) << events.report();
+    EXPECT_TRUE(bench::holdsInTime([&] { return events.count(begin) == 3; })) << events.report();
     EXPECT_EQ("INIT_HOTSTART_ACK", answerTo("INIT_HOTSTART,1,COM1,BOTH"));
 }
 
@@ -328,7 +328,7 @@ TEST_F(SettingsCommand, ASuperUserThatIsNoNumberOrHasNoPortIsRefusedAndTold) {
     expectNoChange("SET_ZEPHON_SUPER_USER", "SET_ZEPHON_SUPER_USER_NACK");
     const EventReader events(bench);
     const std::string begin = "ZephonServer: setZephonSuperUser() invalid_argument EXCEPTION: ";
-    EXPECT_TRUE(holdsInTime([&] { return events.count(begin) == 3; })) << events.report();
+    EXPECT_TRUE(bench::holdsInTime([&] { return events.count(begin) == 3; })) << events.report();
 }
 
 }  // namespace

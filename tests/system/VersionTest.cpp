@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "bench/Patience.h"
 #include "tests/system/CommandReader.h"
 #include "tests/system/EventReader.h"
 #include "tests/system/QueueFixture.h"
 #include "tests/system/ResponseReader.h"
-#include "tests/system/Waiting.h"
 #include "tests/zephon/IdFrames.h"
 #include "tests/zephon/TimeMarkFrames.h"
 #include "tests/zephon/UnitFrames.h"
@@ -41,7 +41,7 @@ protected:
     /// Whether a time mark is followed by these part numbers in time; one mark after the other,
     /// until what was published before has arrived.
     bool isToldToUnit(ToldNumbers const& told) {
-        return holdsInTime([&] {
+        return bench::holdsInTime([&] {
             time_ += 1;
             write("TREVO_MX", makeMark(time_), trevo);
             const auto expected = makePartNumbers(time_, told).encode();
@@ -76,7 +76,7 @@ TEST_F(Version, PartNumbersAreGatheredAnsweredAndToldToTheUnit) {
     ASSERT_TRUE(commander.waitFor("ZephonServer")) << commander.report();
     EXPECT_EQ(0U, commander.count("PARTNUMBERS")) << commander.report();
     bench.unit(3).send(makeIds({"HW-1", "SN-1", "SW-1", "FW-1", "OS-1"}));
-    EXPECT_TRUE(holdsInTime([&] {
+    EXPECT_TRUE(bench::holdsInTime([&] {
         command(commander, "REQUEST_PARTNUMBERS");
         return commander
             .waitFor("PARTNUMBERS,SW1:SW-1,FW1:FW-1,HWPN1:HW-1,HWSN1:SN-1,OS1:OS-1", Seconds(1))

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "aspn2_msgs/BitReport.h"
+#include "bench/Patience.h"
 #include "tests/system/EventReader.h"
 #include "tests/zephon/CommandFixture.h"
 #include "tests/zephon/GssipRecords.h"
@@ -335,7 +336,7 @@ TEST_F(ServerBit, AMessageThatCannotBeReadIsAnEventAndNothingMore) {
         const std::string text = "ZephonServer: Error decoding a " + one.name + " (" +
                                  std::to_string(one.id) + ") off the GSSIP topic.";
         expectEvent(events, 3, text);
-        EXPECT_TRUE(eventually([&] { return events.count(text) == one.lengths.size(); }))
+        EXPECT_TRUE(bench::holdsInTime([&] { return events.count(text) == one.lengths.size(); }))
             << events.report();
         EXPECT_EQ(one.printed, output.count("\n" + text + "\n")) << output.text();
     }
@@ -366,7 +367,7 @@ TEST_F(ServerBit, AFaultReportIsToldUnlessItsFlagsContradict) {
     expectEvent(events, 2, text);
     EXPECT_EQ(1U, output.count("\n" + text + "\n")) << output.text();
     EXPECT_EQ(1U, events.count("PNTD BIT=")) << events.report();
-    EXPECT_TRUE(eventually([&] { return events.count(invalid) == 4; })) << events.report();
+    EXPECT_TRUE(bench::holdsInTime([&] { return events.count(invalid) == 4; })) << events.report();
 }
 
 TEST_F(ServerBit, ALogReportIsToldUnlessItsFlagsContradict) {
@@ -453,7 +454,7 @@ TEST_F(ServerBit, AReportOfTheTopicReachesTheUnit) {
     const auto connection = transport.connect("BitReport");
     ASSERT_EQ(Code::NO_ERROR, reports.registerSender(connection));
     // What is published before the two know each other is nobody's.
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(bench::holdsInTime([&] {
         EXPECT_EQ(Code::NO_ERROR, reports.send(connection, makeBitReport(0, false)));
         return bench.unit(3).waitForFrames(27531, 1, std::chrono::milliseconds(100));
     })) << bench.report();

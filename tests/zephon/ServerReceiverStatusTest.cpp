@@ -7,8 +7,8 @@
 #include <tuple>
 #include <vector>
 
+#include "bench/Patience.h"
 #include "tests/system/EventReader.h"
-#include "tests/system/Waiting.h"
 #include "tests/zephon/GssipRecords.h"
 #include "tests/zephon/ReceiverFrames.h"
 #include "tests/zephon/SimultaneousCalls.h"
@@ -195,7 +195,7 @@ protected:
     /// Counts the events so far, once this one has come.
     std::size_t toldUntil(EventReader const& events, std::string const& mark) {
         // Time-outs of the link may fill the queue of the events meanwhile; then the mark is lost.
-        EXPECT_TRUE(holdsInTime([&] {
+        EXPECT_TRUE(bench::holdsInTime([&] {
             server->cbGssip(makeRecord(makeStatus(17, mark), pntDevice));
             return events.waitFor(mark, std::chrono::seconds(1)).has_value();
         })) << events.report();

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "ASPN/EventTypes.h"
+#include "bench/Patience.h"
 #include "tests/system/CommandReader.h"
 #include "tests/system/EventReader.h"
-#include "tests/system/Waiting.h"
 #include "tests/zephon/CommandFixture.h"
 #include "tests/zephon/IdFrames.h"
 #include "tests/zephon/SimultaneousCalls.h"
@@ -63,7 +63,7 @@ protected:
     /// whole round with the time of now has passed.
     void awaitRound() {
         const int seen = looks_;
-        ASSERT_TRUE(holdsInTime([&] { return looks_ >= seen + 2; }));
+        ASSERT_TRUE(bench::holdsInTime([&] { return looks_ >= seen + 2; }));
     }
     /// Called wherever the clock is looked at; to be set while no thread runs.
     void setTrouble(std::function<void()> trouble) { trouble_ = std::move(trouble); }
@@ -208,10 +208,10 @@ TEST_F(ServerVersions, TheThreadEndsWhenTheNumbersAreKnownAndIsNotNeededAgain) {
     startAll();
     EXPECT_TRUE(isAsking());
     receiveAnswer("PARTNUMBERS,SW1:S-1");
-    EXPECT_TRUE(holdsInTime([] { return !isAsking(); }));
+    EXPECT_TRUE(bench::holdsInTime([] { return !isAsking(); }));
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
-    EXPECT_TRUE(holdsInTime([] { return !isAsking(); }));
+    EXPECT_TRUE(bench::holdsInTime([] { return !isAsking(); }));
 }
 
 TEST_F(ServerVersions, TheThreadEndsWithAStopAndAsksAnewAfterTheNextStart) {
@@ -219,7 +219,7 @@ TEST_F(ServerVersions, TheThreadEndsWithAStopAndAsksAnewAfterTheNextStart) {
     awaitRound();
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
     // Though its clock stands still. A thread that has been joined may be listed for a moment.
-    EXPECT_TRUE(holdsInTime([] { return !isAsking(); }));
+    EXPECT_TRUE(bench::holdsInTime([] { return !isAsking(); }));
     advance(1h);
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
     const CommandReader commands(bench, CommandReader::PartNumberRequests::Heard);
@@ -255,8 +255,9 @@ TEST_F(ServerVersions, ARequestThatCannotBePublishedIsReported) {
     EXPECT_THAT(event->text, testing::MatchesRegex(
                                  ".*:ZephonServer: Could not publish Command for TOV = [0-9]+"));
     advance(10s);
-    EXPECT_TRUE(holdsInTime([&] { return events.count("Could not publish Command for") == 2; }))
-        << events.report();
+    EXPECT_TRUE(bench::holdsInTime([&] {
+        return events.count("Could not publish Command for") == 2;
+    })) << events.report();
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
 }
 
@@ -264,7 +265,7 @@ TEST_F(ServerVersions, WhatIsRaisedWhileAskingIsAnEventAndEndsTheThread) {
     const auto startWith = [this](std::function<void()> trouble) {
         setTrouble(std::move(trouble));
         ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::START));
-        EXPECT_TRUE(holdsInTime([] { return !isAsking(); }));
+        EXPECT_TRUE(bench::holdsInTime([] { return !isAsking(); }));
         EXPECT_EQ(ReportedState::RUNNING, state());
         ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
     };
@@ -277,7 +278,7 @@ TEST_F(ServerVersions, WhatIsRaisedWhileAskingIsAnEventAndEndsTheThread) {
     EXPECT_EQ(3, event->type);
     startWith([] { throw std::runtime_error(""); });
     startWith([] { throw 13; });
-    EXPECT_TRUE(holdsInTime([&] { return events.count(told + "<unknown>") == 2; }))
+    EXPECT_TRUE(bench::holdsInTime([&] { return events.count(told + "<unknown>") == 2; }))
         << events.report();
 }
 

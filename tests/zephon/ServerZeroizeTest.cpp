@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "bench/Patience.h"
 #include "tests/system/EventReader.h"
-#include "tests/system/Waiting.h"
 #include "tests/zephon/CommandFixture.h"
 
 namespace {
@@ -304,7 +304,7 @@ TEST_F(ServerZeroize, AStormOfStartsAndStatusesIsAnsweredExactly) {
         ASSERT_TRUE(responses.waitForCount(1 + round * 4 * each)) << round << responses.report();
     }
     tellStatus(17);
-    EXPECT_TRUE(holdsInTime([] { return timersThatRun() == 0; }));
+    EXPECT_TRUE(bench::holdsInTime([] { return timersThatRun() == 0; }));
     EXPECT_TRUE(responses.waitForCount(2 + rounds * 4 * each)) << responses.report();
     EXPECT_EQ(rounds * 2 * each, responses.count("START_ZEROIZE_"));
     EXPECT_EQ(rounds * each + 1, responses.count("_PASS"));
@@ -432,12 +432,12 @@ TEST_F(ServerSlip, TheDisconnectEndsItsTimeAndThatOfAZeroizeWithoutAnAnswer) {
     const ResponseReader responses(bench);
     command("START_ZEROIZE");
     command("PNTD_SLIP");
-    EXPECT_TRUE(holdsInTime([] { return timersThatRun() == 2; }));
+    EXPECT_TRUE(bench::holdsInTime([] { return timersThatRun() == 2; }));
     ASSERT_EQ(ReturnCode::NO_ERROR, request(RequestedState::STOP));
     EXPECT_EQ(2U, timersThatRun());
     ASSERT_TRUE(responses.waitForCount(1)) << responses.report();
     ASSERT_EQ(ReturnCode::NO_ERROR, disconnect());
-    EXPECT_TRUE(holdsInTime([] { return timersThatRun() == 0; }, seconds(5)));
+    EXPECT_TRUE(bench::holdsInTime([] { return timersThatRun() == 0; }, seconds(5)));
     EXPECT_EQ(1U, responses.all().size()) << responses.report();
 }
 

@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
+#include "bench/Patience.h"
 #include "gmock/gmock.h"
 #include "tests/platform/NoNewThreads.h"
-#include "tests/system/Waiting.h"
 #include "zephon/SlipChannel.h"
 #include "zephon/SlipInterface.h"
 
@@ -33,7 +33,7 @@ protected:
         return answers_;
     }
     bool waitForAnswers(std::size_t number) const {
-        return holdsInTime([&] { return answers().size() >= number; });
+        return bench::holdsInTime([&] { return answers().size() >= number; });
     }
 
     SlipChannel slip{[this](auto const& command, bool passed) {

@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "bench/Patience.h"
 #include "gmock/gmock.h"
 #include "tests/platform/NoNewThreads.h"
-#include "tests/system/Waiting.h"
 #include "zephon/Zeroize.h"
 
 namespace {
@@ -97,7 +97,7 @@ protected:
             all.begin(), all.end(), [kind](auto const& event) { return event.kind == kind; }));
     }
     bool waitForAnswers(std::size_t number) const {
-        return holdsInTime([&] { return answers().size() >= number; });
+        return bench::holdsInTime([&] { return answers().size() >= number; });
     }
 
     /// The next answer that the unit brings takes so long to give.
@@ -253,10 +253,10 @@ TEST_F(ZeroizeWait, LeavesNoThreadBehind) {
     const std::size_t before = threadCount();
     start(1);
     tellStatus(true);
-    EXPECT_TRUE(holdsInTime([&] { return threadCount() <= before; }));
+    EXPECT_TRUE(bench::holdsInTime([&] { return threadCount() <= before; }));
     start(2, 0s);
     ASSERT_TRUE(waitForAnswers(2));
-    EXPECT_TRUE(holdsInTime([&] { return threadCount() <= before; }));
+    EXPECT_TRUE(bench::holdsInTime([&] { return threadCount() <= before; }));
 }
 
 /// Meets the others at a round's begin and end.
@@ -351,7 +351,7 @@ TEST_F(ZeroizeWait, AnAnswerBeforeAtAndAfterTheEndOfItsTimeFromFourUnitsAtOnce) 
         thread.join();
     }
     EXPECT_TRUE(good);
-    EXPECT_TRUE(holdsInTime([&] { return threadCount() <= threadsBefore; }));
+    EXPECT_TRUE(bench::holdsInTime([&] { return threadCount() <= threadsBefore; }));
     // Each of the ways has been gone.
     EXPECT_LT(0, timeouts);
     EXPECT_LT(0, sanitized);
@@ -418,7 +418,7 @@ TEST_F(ZeroizeWait, AStormOfStartsAndStatusesKeepsToTheTable) {
     }
     EXPECT_LE(1, accepted);
     EXPECT_EQ(units * each, units5044);
-    EXPECT_TRUE(holdsInTime([&] { return threadCount() <= threadsBefore; }));
+    EXPECT_TRUE(bench::holdsInTime([&] { return threadCount() <= threadsBefore; }));
 }
 
 }  // namespace
