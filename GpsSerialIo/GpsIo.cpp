@@ -198,17 +198,24 @@ void GpsIo::launch(Worker& worker, char const* suffix, char const* function, Pas
 template <typename Pass>
 void GpsIo::runPasses(StopFlag const& stop, char const* function, Pass pass) {
     while (!stop.isRequested()) {
-        std::string what;
         try {
             pass();
-            continue;
         } catch (std::exception const& exception) {
-            what = exception.what();
+            reportException(function, exception.what());
         } catch (...) {
-            what = "<unknown>";
+            reportException(function, "<unknown>");
         }
+    }
+}
+
+void GpsIo::reportException(char const* function, char const* what) const noexcept {
+    try {
         report(__LINE__, EventTypes::FAILURE,
                std::string(": ") + function + "() EXCEPTION: " + what);
+    } catch (...) {
+        // Piece by piece: there may be no memory for the text. What escaped here would end the
+        // process.
+        std::cout << name_ << ": " << function << "() EXCEPTION: " << what << std::endl;
     }
 }
 

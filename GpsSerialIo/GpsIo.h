@@ -144,6 +144,7 @@ private:
     void reportTimeout(int line, EventTypes::eEventType type, char const* which, unsigned int id);
     void reportNak(unsigned int id);
     void reportReject(unsigned int id);
+    void reportException(char const* function, char const* what) const noexcept;
     void publish(unsigned char const* frame, unsigned int length);
     void print(std::string const& text) const;
     void report(int line, EventTypes::eEventType type, std::string const& text) const;

@@ -1,4 +1,8 @@
+#include <optional>
+#include <stdexcept>
+
 #include "tests/GpsSerialIo/GpsIoFixture.h"
+#include "tests/face/FailingAllocation.h"
 
 namespace gps_io_test {
 namespace {
@@ -220,8 +224,17 @@ public:
         if (frame[2] == 2) {
             throw 2;
         }
+        if (frame[2] == 3) {
+            std::runtime_error const lack("no memory is left to tell of it in one piece");
+            noMemory_.emplace();
+            throw lack;
+        }
+        noMemory_.reset();
         GpsIo::OnGpsMessageReceived(frame, length, context);
     }
+
+private:
+    std::optional<FailingAllocation> noMemory_;  // of the read thread, until the next frame
 };
 
 TEST_F(GpsIoReceive, GoesOnBehindAFrameWhoseHandlerThrows) {
@@ -238,6 +251,17 @@ TEST_F(GpsIoReceive, GoesOnBehindAFrameWhoseHandlerThrows) {
     EXPECT_EQ(output.count("EXCEPTION"), 2U) << output.text();
 }
 
+TEST_F(GpsIoReceive, GoesOnBehindAnExceptionForWhoseReportThereIsNoMemory) {
+    construct<FACE::IOSS::MX_SerialPort, ThrowingLink>({});
+    configureLink();
+    link->start();
+    unit.send(makeFrame(3));
+    EXPECT_TRUE(output.waitFor(
+        line("readThreadFunction", "EXCEPTION: no memory is left to tell of it in one piece")));
+    ASSERT_TRUE(acknowledges(6001));
+    EXPECT_EQ(output.count("EXCEPTION"), 1U) << output.text();
+}
+
 TEST_F(GpsIoReceive, TakesAFloodOfFramesWithoutLoss) {
     run({});
     Bytes flood;
@@ -246,7 +270,7 @@ TEST_F(GpsIoReceive, TakesAFloodOfFramesWithoutLoss) {
         flood.insert(flood.end(), bytes.begin(), bytes.end());
     }
     unit.sendBytes(flood);
-    EXPECT_TRUE(holdsInTime([this] { return link->counters().rxCount == 500; }));
+    EXPECT_TRUE(bench::holdsInTime([this] { return link->counters().rxCount == 500; }));
     EXPECT_EQ(link->counters().rxChecksumErrors, 0U);
 }
 

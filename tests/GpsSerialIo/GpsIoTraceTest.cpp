@@ -1,3 +1,8 @@
+#include <iterator>
+#include <mutex>
+#include <set>
+#include <utility>
+
 #include "tests/GpsSerialIo/GpsIoFixture.h"
 
 namespace gps_io_test {
@@ -203,6 +208,44 @@ TEST_F(GpsIoTrace, FlushCountsReadsAndIsSilentWithDebugOff) {
     ASSERT_TRUE(unit.waitUntilSent(patience));
     link->flush();
     EXPECT_EQ(output.count("flush"), 0U) << output.text();
+}
+
+/// The real service, which notes how it is asked to read.
+class NotingService : public MX_SerialPort {
+public:
+    void Read(long long handle, long long timeout, READ_PAYLOAD_TYPE& payload,
+              RETURN_CODE_TYPE::Value& code) override {
+        {
+            std::lock_guard<std::mutex> const lock(mutex_);
+            asked_.emplace(timeout, payload.data.length());
+        }
+        MX_SerialPort::Read(handle, timeout, payload, code);
+    }
+
+    /// Time-outs in nanoseconds, and lengths.
+    std::set<std::pair<long long, std::uint32_t>> asked() {
+        std::lock_guard<std::mutex> const lock(mutex_);
+        return asked_;
+    }
+
+private:
+    std::mutex mutex_;  // guards asked_
+    std::set<std::pair<long long, std::uint32_t>> asked_;
+};
+
+TEST_F(GpsIoTrace, ReadsAtMost128BytesAndWaitsAtMost200MillisecondsForThem) {
+    construct<NotingService>({});
+    configureLink();
+    link->start();
+    unit.sendBytes(Bytes(1000, 0));
+    ASSERT_TRUE(acknowledges(6000));
+    link->stop();
+    std::set<std::pair<long long, std::uint32_t>> asked =
+        dynamic_cast<NotingService&>(*serial).asked();
+    for (auto at = asked.begin(); at != asked.end();) {
+        at = at->first == 0 ? asked.erase(at) : std::next(at);  // of the flush before
+    }
+    EXPECT_EQ(asked, (std::set<std::pair<long long, std::uint32_t>>{{200'000'000, 128}}));
 }
 
 }  // namespace
