@@ -52,11 +52,12 @@ std::vector<unsigned short> toMessageIds(std::vector<std::string> const& texts) 
     return ids;
 }
 
-/// The one buffer of all reads: it is full now, and each read sets its length.
-READ_PAYLOAD_TYPE makeReadPayload() {
-    std::vector<octet> const scratch(MX_MCSQ::MAX_READ_BYTES);
+/// A view of the one buffer of all reads. One that owned its bytes would clear them again for each
+/// read.
+READ_PAYLOAD_TYPE makeReadPayload(std::vector<octet>& scratch) {
     FACE::Sequence<octet>::RETURN_CODE code{};
-    return {FACE::Sequence<octet>(scratch.data(), MX_MCSQ::MAX_READ_BYTES, code)};
+    return {FACE::Sequence<octet>(scratch.data(), MX_MCSQ::MAX_READ_BYTES, MX_MCSQ::MAX_READ_BYTES,
+                                  code)};
 }
 
 /// Decodes the record at the front of the bytes and gives its length there; nothing when they are
@@ -83,7 +84,7 @@ GssipMcsq::GssipMcsq(std::string name, std::vector<std::string> const& ids)
     : GssipMcsq(std::move(name), toMessageIds(ids)) {}
 
 GssipMcsq::GssipMcsq(std::string name, std::vector<unsigned short> ids)
-    : name_(std::move(name)), filter_(std::move(ids)), readPayload_(makeReadPayload()) {}
+    : name_(std::move(name)), filter_(std::move(ids)), readPayload_(makeReadPayload(scratch_)) {}
 
 GssipMcsq::~GssipMcsq() = default;
 
@@ -210,9 +211,20 @@ void GssipMcsq::processMessage(long long handle) {
             callCallback(handle, record);
         }
     } catch (std::exception const& failure) {
-        report(std::string("A memory exception occurred ") + failure.what());
+        reportException(failure.what());
     } catch (...) {
-        report("A memory exception occurred unknown exception");
+        reportException("unknown exception");
+    }
+}
+
+void GssipMcsq::reportException(char const* what) const noexcept {
+    try {
+        report(std::string("A memory exception occurred ") + what);
+    } catch (...) {
+        // Piece by piece: there may be no memory for the text. What escaped here would end the
+        // thread that reads all queues.
+        std::cout << name_ << ": Process_Notification_Event(): A memory exception occurred " << what
+                  << std::endl;
     }
 }
 

@@ -82,11 +82,14 @@ private:
     bool isFiltered(Record const& record) const;
     void processMessage(long long handle) REQUIRES(readMutex_);
     void report(std::string const& what) const;
+    void reportException(char const* what) const noexcept;
 
     std::string const name_;
     std::vector<unsigned short> const filter_;
 
     platform::Mutex readMutex_;  // one notification after the other; held during callbacks
+    std::vector<FACE::IOSS::octet> scratch_ GUARDED_BY(readMutex_) =
+        std::vector<FACE::IOSS::octet>(FACE::IOSS::MX_MCSQ::MAX_READ_BYTES);
     FACE::IOSS::MCSQ::IO_Service::READ_PAYLOAD_TYPE readPayload_ GUARDED_BY(readMutex_);
 
     platform::Mutex callbacksMutex_;  // a leaf: callbacks are called outside of it

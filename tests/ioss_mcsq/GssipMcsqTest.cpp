@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "bench/Patience.h"
 #include "ioss_mcsq/GssipMcsq.h"
 #include "ioss_mcsq/GssipTopicSerializer.h"
 #include "tests/GpsSerialIo/OutputCapture.h"
@@ -63,7 +64,8 @@ public:
     /// Waits for that many records; gives all.
     std::vector<GSSIP> wait(std::size_t count) {
         std::unique_lock<std::mutex> lock(mutex_);
-        EXPECT_TRUE(grown_.wait_for(lock, deadline, [&] { return records_.size() >= count; }));
+        EXPECT_TRUE(
+            bench::waitFor(grown_, lock, deadline, [&] { return records_.size() >= count; }));
         return records_;
     }
 
