@@ -223,8 +223,8 @@ PCSMaintReporter::buildMultiMaintenanceEventVectorFromLongDescription(
 void PCSMaintReporter::publishMaintenanceEvent(Record& event) {
     const std::shared_ptr<const Target> to = target();
     if (to == nullptr) {
-        std::cout << "!!!!!! PCSMaintReporter (" + std::to_string(__LINE__) + ") " + __func__ +
-                         ": PCSMaintReporter not initialized! Cannat send MaintenanceEvent.\n";
+        std::cout << "!!!!!! PCSMaintReporter (" << __LINE__ << ") " << __func__
+                  << ": PCSMaintReporter not initialized! Cannat send MaintenanceEvent.\n";
         return;
     }
     try {
@@ -235,7 +235,7 @@ void PCSMaintReporter::publishMaintenanceEvent(Record& event) {
             std::cout << "!!!!!! " + to->serverName + " MaintReporter could not publish event\n";
         }
     } catch (const std::exception& error) {
-        std::cerr << std::string(error.what()) + '\n';
+        std::cerr << error.what() << '\n';  // piece by piece: it may be about memory
     } catch (...) {
         // Nothing is known of it that could be told; the record is lost.
     }

@@ -89,7 +89,7 @@ void MX_TypedTS<T>::onConnection(long long connection_id, RETURN_CODE_TYPE::Valu
     } catch (std::out_of_range const&) {
         rc = RETURN_CODE_TYPE::INVALID_PARAM;
     } catch (std::exception const& error) {
-        std::cerr << std::string(error.what()) + '\n';
+        std::cerr << error.what() << '\n';  // piece by piece: it may be about memory
         rc = RETURN_CODE_TYPE::CONNECTION_CLOSED;
     } catch (...) {
         rc = RETURN_CODE_TYPE::NO_ACTION;

@@ -207,3 +207,19 @@ TEST(FaultHysteresis, ReportersInitialiseIt) {
     initFaultHysteresisOrExit(f.faults);
     EXPECT_EQ(f.check(3), "Some.cpp[12]:text");
 }
+
+TEST(FaultHysteresis, ReportersHaveItRemember2000FaultsFor180Seconds) {
+    Faults f;
+    initFaultHysteresisOrExit(f.faults);
+    for (int line = 0; line < 2001; ++line) {
+        f.check(3, "t", "f", line);
+    }
+    EXPECT_EQ(f.keys().size(), 2000U);
+    EXPECT_EQ(f.keys().front(), "f1");
+    f.clock.advance(179'999ms);
+    f.faults.service();
+    EXPECT_EQ(f.keys().size(), 2000U);
+    f.clock.advance(1ms);
+    f.faults.service();
+    EXPECT_EQ(f.keys().size(), 0U);
+}

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -293,9 +294,16 @@ TEST_F(HealthReporterTest, EndsInShortTimeWithAnEmptyQueue) {
     init();
     send(1, "line");
     next();
-    auto const start = std::chrono::steady_clock::now();
+    auto shortest = std::chrono::steady_clock::duration::max();
+    // A machine that is held up takes longer, but not every time.
+    for (int attempt = 0; attempt < 10 && shortest > 700ms; ++attempt) {
+        auto const start = std::chrono::steady_clock::now();
+        reporter_.DoneHealthReporter();
+        shortest = std::min(shortest, std::chrono::steady_clock::now() - start);
+        init();
+    }
     reporter_.DoneHealthReporter();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+    EXPECT_LE(shortest, 700ms);
     reporter_.DoneHealthReporter();
 }
 

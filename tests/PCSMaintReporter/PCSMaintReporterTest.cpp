@@ -113,6 +113,30 @@ TEST(PCSMaintReporter, TellsThatItIsNotInitialised) {
     reporter.DoneMaintReporter();
 }
 
+TEST(PCSMaintReporter, TellsOfEachPieceOfALongDescriptionThoughItIsNotInitialised) {
+    OutputCapture output;
+    PCSMaintReporter reporter;
+    sendLong(reporter, std::string(49, 'a') + "rest");
+    std::string const lost =
+        "!!!!!! PCSMaintReporter \\([0-9]+\\) publishMaintenanceEvent: "
+        "PCSMaintReporter not initialized! Cannat send MaintenanceEvent.\n";
+    std::string const sending =
+        "PCSMaintReporter \\([0-9]+\\) sendLongDescriptionMultiMaintenanceEvent: "
+        "Sending maintenance event: ";
+    EXPECT_THAT(output.text(),
+                MatchesRegex(sending + "Evt_1:a+\n" + lost + sending + "Evt_2:rest\n" + lost));
+}
+
+TEST(PCSMaintReporter, NeedsNoMemoryToTellThatItIsNotInitialised) {
+    OutputCapture output;
+    PCSMaintReporter reporter;
+    {
+        FailingAllocation const noMemory;
+        EXPECT_NO_THROW(send(reporter, "lost"));
+    }
+    EXPECT_THAT(output.text(), EndsWith("Cannat send MaintenanceEvent.\n"));
+}
+
 // ---- Time
 
 TEST(PCSMaintReporter, TimeRunsOnFromTheGivenTime) {
