@@ -59,6 +59,12 @@ struct MX_Devmem::Region {
         return bytes <= size && offset <= size - bytes;
     }
 
+    /// True when the machine reaches the register by one access: its address, which the page of the
+    /// mapping keeps, is a multiple of its width.
+    bool isAligned(std::uint32_t offset, std::int32_t bits) const {
+        return (base + offset) % (static_cast<std::uint32_t>(bits) / 8) == 0;
+    }
+
     /// The parameter of that kind, null when there is none.
     std::uint32_t* parameter(std::uint16_t kind) {
         switch (kind) {
@@ -120,7 +126,7 @@ std::uint8_t* MX_Devmem::Connection_t::find(std::uint32_t offset, std::int32_t b
         rc = RETURN_CODE_TYPE::INVALID_MODE;
         return nullptr;
     }
-    if (!region.holds(offset, bits)) {
+    if (!region.holds(offset, bits) || !region.isAligned(offset, bits)) {
         rc = RETURN_CODE_TYPE::NO_ACTION;
         return nullptr;
     }

@@ -1,6 +1,8 @@
 #include "face/MemoryMap.h"
 
+#include <cstdint>
 #include <fcntl.h>
+#include <limits>
 #include <stdexcept>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -24,7 +26,12 @@ MemoryMap::MemoryMap(unsigned base, unsigned size) {
     MemoryDeviceFileDescriptor const& device = MemoryDeviceFileDescriptor::Instance();
     std::size_t const page = device.pageSize();
     offset_ = base % page;
-    pages_ = (offset_ + size) / page + 1;
+    // Reckoned in 64 bits: the sum may be larger than the addresses of a machine of 32.
+    std::uint64_t const pages = (std::uint64_t{offset_} + size) / page + 1;
+    if (pages > std::numeric_limits<std::size_t>::max() / page) {
+        throw std::runtime_error("Unable to map memory space.");
+    }
+    pages_ = static_cast<std::size_t>(pages);
     length_ = pages_ * page;
     // Physical addresses take all 32 bits, so they need file offsets of 64 on every machine.
     auto const from = static_cast<off64_t>(base - offset_);

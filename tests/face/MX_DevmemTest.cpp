@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -248,6 +249,23 @@ TEST_F(MemoryMapTest, TheDescriptorOutlivesTheMaps) {
     EXPECT_THAT(descriptors(), ElementsAre(MemoryDeviceFileDescriptor::Instance().descriptor()));
 }
 
+TEST_F(MemoryMapTest, ReleasesItsMappingAtItsEnd) {
+    auto const mappings = [this] {
+        std::ifstream maps("/proc/self/maps");
+        std::size_t count = 0;
+        for (std::string line; std::getline(maps, line);) {
+            count += line.find(root.memoryPath().string()) == std::string::npos ? 0 : 1;
+        }
+        return count;
+    };
+    {
+        MemoryMap const first(0x1000, 8);
+        MemoryMap const second(0x4000, 0x3000);
+        EXPECT_EQ(mappings(), 2U);
+    }
+    EXPECT_EQ(mappings(), 0U);
+}
+
 TEST_F(MemoryMapTest, OpensTheDeviceForBothDirectionsAndSynchronously) {
     MemoryDeviceFileDescriptor const& device = MemoryDeviceFileDescriptor::Instance();
     int const flags = ::fcntl(device.descriptor(), F_GETFL);
@@ -414,6 +432,26 @@ TEST_F(MX_DevmemTest, RefusesOtherWidths) {
         EXPECT_EQ(write(handle, 0, width, 1), Code::NO_ACTION) << width;
     }
     EXPECT_THAT(bytes(0x2000, 4), ElementsAre(0, 0, 0, 0));
+}
+
+TEST_F(MX_DevmemTest, RefusesARegisterThatOneAccessDoesNotReach) {
+    long long const handle = startAndOpen();
+    std::map<int, std::uint32_t> const offsets{{16, 1}, {32, 2}, {64, 4}};
+    for (auto const& [width, offset] : offsets) {
+        EXPECT_EQ(read(handle, offset, width), Code::NO_ACTION) << width;
+        EXPECT_EQ(write(handle, offset, width, 1), Code::NO_ACTION) << width;
+        EXPECT_EQ(read(handle, 2 * offset, width), Code::NO_ERROR) << width;
+    }
+    EXPECT_THAT(bytes(0x2000, 8), ElementsAre(0, 0, 0, 0, 0, 0, 0, 0));
+}
+
+TEST_F(MX_DevmemTest, LooksAtTheAddressToTellIt) {
+    long long const handle = startAndOpen("0x2002", "0x100");
+    EXPECT_EQ(read(handle, 0, 32), Code::NO_ACTION);
+    EXPECT_EQ(write(handle, 4, 32, 1), Code::NO_ACTION);
+    EXPECT_EQ(read(handle, 0, 16), Code::NO_ERROR);
+    EXPECT_EQ(read(handle, 2, 32), Code::NO_ERROR);
+    EXPECT_EQ(read(handle, 6, 64), Code::NO_ERROR);
 }
 
 TEST_F(MX_DevmemTest, RefusesARegisterThatIsWiderThanItsRegion) {
