@@ -24,6 +24,7 @@
 #include "face/MX_Config_Helpers.h"
 #include "face/Topics.h"
 #include "face/TransportLog.h"
+#include "face/WanAddress.h"
 
 namespace FACE::TSS {
 
@@ -94,16 +95,8 @@ void addTcpClient(ParticipantAttributes& attributes, std::string const& address,
 void addTcpServer(ParticipantAttributes& attributes, std::string const& address,
                   std::uint32_t port) {
     auto const tcp = std::make_shared<rtps::TCPv4TransportDescriptor>();
-    std::istringstream numbers(address);
-    int first = 0;
-    int second = 0;
-    int third = 0;
-    int fourth = 0;
-    char point = 0;
-    numbers >> first >> point >> second >> point >> third >> point >> fourth;
-    using Octet = eprosima::fastrtps::rtps::octet;
-    tcp->set_WAN_address(static_cast<Octet>(first), static_cast<Octet>(second),
-                         static_cast<Octet>(third), static_cast<Octet>(fourth));
+    auto const wan = wanAddressOf(address);
+    tcp->set_WAN_address(wan[0], wan[1], wan[2], wan[3]);
     tcp->add_listener_port(static_cast<std::uint16_t>(port));
     attributes.rtps.userTransports.push_back(tcp);
 }
