@@ -132,7 +132,10 @@ bool ZephonServer::setProcessor() const {
 
 void ZephonServer::Framework_Connect(FACE::String const& /*file*/, ReturnCode::Value& code) {
     code = ReturnCode::INVALID_CONFIG;
-    if (!connectTransport() || !registerTopics() || !connectDevices() || !connectQueues()) {
+    // Neither depends on the other, and each tells what is wrong with it.
+    const bool topicsConnected = connectTransport() && registerTopics();
+    const bool devicesConnected = connectDevices() && connectQueues();
+    if (!topicsConnected || !devicesConnected) {
         return;
     }
     deviceIds_.reset(FACE::ToStdString(system_.system).c_str(), serverId_);

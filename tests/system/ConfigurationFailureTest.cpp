@@ -1,8 +1,11 @@
 // What the process says, and how it ends, when its configuration does not hold.
 
 #include <csignal>
+#include <linux/capability.h>
 #include <sched.h>
 #include <string>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 
 #include "bench/Bench.h"
 #include "gmock/gmock.h"
@@ -266,6 +269,7 @@ TEST_F(ConfigurationLeniency, WithoutPriorityAndProcessorItIsScheduledAsItWasAnd
     EXPECT_TRUE(CPU_EQUAL(&own, &servers));
     output = bench.server().standardOutput();
     EXPECT_THAT(output, Not(HasSubstr("realtime process priority")));
+    EXPECT_THAT(output, Not(HasSubstr("server configurations counted")));
     EXPECT_THAT(output, Not(HasSubstr("cpu affinity")));
     EXPECT_THAT(output, Not(HasSubstr("Affinity")));
 }
@@ -296,6 +300,30 @@ TEST_F(ConfigurationFailure, ProcessorThatTheMachineDoesNotHave) {
     bench.configuration().set("ZephonServer", "Debug", "true");
     expectEnd("Configure()");
     EXPECT_THAT(output, HasSubstr("FAILED to set ZephonServer cpu affinity to 255\n"));
+}
+
+/// Takes from this process, and so from the server, what grants a real-time priority.
+void giveUpPriorities() {
+    ::prctl(PR_CAPBSET_DROP, CAP_SYS_NICE);  // who may not drop it has not got it
+    const rlimit none{0, 0};
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_RTPRIO, &none));
+}
+
+TEST_F(ConfigurationFailure, PriorityThatIsNotGranted) {
+    giveUpPriorities();
+    bench.configuration().set("ZephonServer", "PRI", "10");
+    expectEnd("Configure()");
+    EXPECT_THAT("\n" + output, HasSubstr("\nZephonServer realtime process priority to 10\n"));
+}
+
+TEST_F(ConfigurationFailure, PriorityThatIsNotGrantedIsToldAsAFailureWithDebug) {
+    giveUpPriorities();
+    bench.configuration().set("ZephonServer", "PRI", "266");
+    bench.configuration().set("ZephonServer", "Debug", "true");
+    bench.configuration().set("ZephonServer", "CPU", "1");
+    expectEnd("Configure()");
+    EXPECT_THAT(output, HasSubstr("FAILED to set ZephonServer realtime process priority to 266\n"));
+    EXPECT_THAT(output, HasSubstr("Successfully set ZephonServer cpu affinity to 1\n"));
 }
 
 /// Whether a real-time priority is granted depends on the machine; what is said does not.

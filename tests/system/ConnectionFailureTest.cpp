@@ -203,6 +203,25 @@ INSTANTIATE_TEST_SUITE_P(ConnectionFailure, QueueFailure,
                                          Queue{"DT_IN", 4}),
                          [](auto const& parameter) { return std::string(parameter.param.name); });
 
+TEST_F(ConnectionFailure, WhatDoesNotDependOnTheTopicsIsTriedAndToldToo) {
+    bench.configuration().omit(bench::ExampleConfiguration::File::Connections);
+    bench.devices().removeQueue(0);
+    expectConnectEnd();
+    EXPECT_THAT(output, HasSubstr("CFR:"));
+    EXPECT_THAT(bench.server().standardError(),
+                HasSubstr("Unable to open output pipe file: " +
+                          bench.devices().queuePath(0).string() + "\n"));
+}
+
+TEST_F(ConnectionFailure, QueuesAreOpenedInTheirOrderUpToTheFirstThatFails) {
+    bench.devices().removeQueue(2);
+    bench.devices().removeQueue(3);
+    expectConnectEnd();
+    const std::string errors = bench.server().standardError();
+    EXPECT_THAT(errors, HasSubstr(bench.devices().queuePath(2).string()));
+    EXPECT_THAT(errors, Not(HasSubstr(bench.devices().queuePath(3).string())));
+}
+
 TEST_F(ConnectionFailure, DevicesFileWithoutItsSecondLink) {
     bench.configuration().omitContainer("Zephon2");
     expectEnd("GpsIo", "INVALID_CONFIG Unable to open I/O connection");
