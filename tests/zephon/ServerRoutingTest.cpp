@@ -4,6 +4,7 @@
 #include <limits>
 #include <memory>
 #include <numeric>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -430,6 +431,30 @@ TEST_F(ServerRouting, MessagesForVirtualUnitsBeyondTheLinksQueueAreLostSilently)
         return logged.bytes == expected.back();
     })) << bench.report();
     expectOnLinkOne(expected);
+}
+
+TEST_F(ServerRouting, DataTransferBeyondTheLinksQueueIsLostAndNothingElse) {
+    constexpr std::uint16_t room = 512;
+    constexpr std::uint16_t sent = room + 200;
+    startAll();
+    // While the first waits for its ACK the others pile up.
+    bench.unit(2).setReaction(8015, {bench::Policy::Standard, std::chrono::milliseconds(100)});
+    for (std::uint16_t number = 0; number < sent; ++number) {
+        server->cbDtOut(makeRecord(UnitFrame{8015, flagWord, {number}}, halvorUnit));
+    }
+    bench.unit(2).setReaction(8015, {});
+    for (std::uint16_t number = 0; number < room; ++number) {
+        ASSERT_TRUE(waitForFrame(bench.unit(2), UnitFrame{8015, flagWord, {number}})) << number;
+    }
+    // What found room goes out before what comes now.
+    const UnitFrame last{8015, flagWord, {sent}};
+    server->cbDtOut(makeRecord(last, halvorUnit));
+    ASSERT_TRUE(waitForFrame(bench.unit(2), last)) << bench.report();
+    std::set<FrameBytes> arrived;  // a late ACK makes the link send a frame again
+    for (auto const& frame : framesOf(bench.unit(2))) {
+        arrived.insert(frame);
+    }
+    EXPECT_LT(arrived.size(), sent - 100U);
 }
 
 TEST_F(ServerRouting, RecordsAndMessagesOfManyThreadsAllArrive) {
