@@ -29,6 +29,15 @@ constexpr auto arrivalTimeout = 3s;  // for what is under way when the sending e
 constexpr auto endCheckPeriod = 5ms;
 constexpr std::chrono::milliseconds programTimeout = 20s;
 
+// The siblings that feed the server, by their device ids, and what
+// the server copies of theirs.
+constexpr unsigned trevoQueue = 0;
+constexpr std::int32_t trevoDevice = 0x03000000 | 39 << 16;
+constexpr std::uint16_t engineId = 8080;
+constexpr unsigned dataTransferQueue = 2;
+constexpr std::int32_t halvorDevice = 0x03000000 | 47 << 16;
+constexpr std::uint16_t dataTransferId = 5120;
+
 /// The processor time of all threads that a process has had.
 double processorSecondsOf(pid_t process) {
     clockid_t clock{};
@@ -39,15 +48,14 @@ double processorSecondsOf(pid_t process) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-/// Adds the frames that a parser finds; the parser must not outlive the ledger.
-bench::UnitParser parserInto(FrameLedger& ledger) {
-    return bench::UnitParser([&ledger](bench::UnitFrame const& frame, auto const& /*bytes*/) {
-        if (auto const numbered = NumberedFrame::read(frame)) {
-            ledger.add(*numbered);
-        } else {
-            ledger.addForeign();
-        }
-    });
+/// Adds a frame, given as such or as its bytes.
+template <typename Frame>
+void addTo(FrameLedger& ledger, Frame const& frame) {
+    if (auto const numbered = NumberedFrame::read(frame)) {
+        ledger.add(*numbered);
+    } else {
+        ledger.addForeign();
+    }
 }
 
 /// Where PATH has a program. Raises std::runtime_error when it has not.
@@ -81,8 +89,13 @@ LoadedProgram::LoadedProgram(std::size_t piece) {
         sources_.emplace_back(link, piece, [&line](std::uint8_t const* bytes, std::size_t size) {
             return line.write(bytes, size);
         });
-        lineParsers_.push_back(parserInto(onLines_));
+        lineParsers_.emplace_back([this, link](bench::UnitFrame const& frame,
+                                               auto const& /*bytes*/) { takeFrame(link, frame); });
     }
+}
+
+void LoadedProgram::takeFrame(unsigned /*link*/, bench::UnitFrame const& frame) {
+    addTo(onLines_, frame);
 }
 
 LoadResult LoadedProgram::run(double seconds) {
@@ -202,17 +215,48 @@ std::uint64_t LoadedProgram::defects() const {
     return sum;
 }
 
+void LoadedProgram::connectLines(bench::Bench& bench) const {
+    for (unsigned link = 1; link <= links; ++link) {
+        bench.devices().linkSerial(bench.settings().channels.at(link - 1), slavePath(link));
+    }
+}
+
+void LoadedProgram::readQueues(bench::Bench& bench) {
+    for (unsigned const queue : {queueOfLink(1), queueOfLink(2)}) {
+        queues_.emplace_back(bench.devices().queuePath(queue));
+    }
+}
+
+void LoadedProgram::takeRecords(std::size_t index) {
+    auto const records = bench::decodeRecords(queues_[index].bytes());
+    if (!records) {
+        onQueues_.addForeign();
+        return;
+    }
+    for (bench::QueueRecord const& record : *records) {
+        addTo(onQueues_, record.data);
+    }
+}
+
+void LoadedProgram::beginFeeds(Clock::time_point start, double seconds) {
+    for (std::size_t i = links; i < sources_.size(); ++i) {
+        sources_[i].begin(start, feedRate_ * NumberedFrame::lineBytes,
+                          static_cast<std::uint32_t>(feedRate_ * seconds));
+    }
+}
+
+std::uint64_t LoadedProgram::framesOfFeeds() const {
+    std::uint64_t sum = 0;
+    for (std::size_t i = links; i < sources_.size(); ++i) {
+        sum += sources_[i].framesSent();
+    }
+    return sum;
+}
+
 LoadedLinks::LoadedLinks(std::size_t piece) : LoadedProgram(piece) {
     bench_ = startSubject(bench::programFolder() / "link_load_subject", roadSettings(),
-                          [this](bench::Bench& prepared) {
-                              for (unsigned link = 1; link <= links; ++link) {
-                                  prepared.devices().linkSerial(
-                                      prepared.settings().channels.at(link - 1), slavePath(link));
-                              }
-                          });
-    for (unsigned const queue : {queueOfLink(1), queueOfLink(2)}) {
-        queues().emplace_back(bench_->devices().queuePath(queue));
-    }
+                          [this](bench::Bench& prepared) { connectLines(prepared); });
+    readQueues(*bench_);
 }
 
 std::uint64_t LoadedLinks::finish() {
@@ -246,22 +290,68 @@ bool LoadedLinks::outgoingIsSent() {
     return true;
 }
 
-void LoadedLinks::takeFromQueue(std::size_t index) {
-    auto const records = bench::decodeRecords(queues()[index].bytes());
-    if (!records) {
-        onQueues().addForeign();
+std::vector<pid_t> LoadedLinks::processes() const {
+    return {bench_->server().pid()};
+}
+
+LoadedServer::LoadedServer() : LoadedProgram(NumberedFrame::lineBytes) {
+    bench_ = startServer(bench::programFolder() / "ZephonServer", roadSettings(),
+                         [this](bench::Bench& prepared) { connectLines(prepared); });
+    readQueues(*bench_);
+    sources().reserve(links + 2);
+    addFeed(1, trevoQueue, trevoDevice, engineId);
+    addFeed(2, dataTransferQueue, halvorDevice, dataTransferId);
+}
+
+void LoadedServer::addFeed(std::uint16_t link, unsigned queue, std::int32_t device,
+                           std::uint16_t id) {
+    std::string const path = bench_->devices().queuePath(queue).string();
+    feeds_.emplace_back(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!feeds_.back().valid()) {
+        throw std::system_error(errno, std::generic_category(), path);
+    }
+    sources().emplace_back(
+        link, NumberedFrame::lineBytes,
+        [end = feeds_.back().get(), device, id](std::uint8_t const* bytes, std::size_t size) {
+            auto frame = bench::decodeFrame(bytes, size);
+            if (!frame) {
+                throw std::logic_error("a feed does not send whole frames");
+            }
+            frame->id = id;
+            bench::QueueRecord record;
+            record.deviceId = device;
+            record.data = frame->encode();
+            auto const encoded = record.encode();
+            bool const taken = ::write(end, encoded.data(), encoded.size()) ==
+                               static_cast<ssize_t>(encoded.size());
+            return taken ? size : 0;
+        });
+}
+
+/// Besides the copies of what was fed there is what the server says of its own accord. The unit
+/// answers both as the server expects it.
+void LoadedServer::takeFrame(unsigned link, bench::UnitFrame const& frame) {
+    bool const isFed = frame.id == engineId || frame.id == dataTransferId;
+    if (isFed) {
+        bench::UnitFrame fed = frame;
+        fed.id = NumberedFrame::id;
+        fed.flags = bench::UnitFrame::linkReady;
+        LoadedProgram::takeFrame(link, fed);
+    }
+    if (frame.isHandshake() || !frame.has(bench::UnitFrame::ackRequest)) {
         return;
     }
-    for (bench::QueueRecord const& record : *records) {
-        if (auto const numbered = NumberedFrame::read(record.data)) {
-            onQueues().add(*numbered);
-        } else {
-            onQueues().addForeign();
-        }
+    auto answer = bench::UnitFrame::makeAck(frame.id).encode();
+    if (!isFed) {
+        auto const response = bench::UnitFrame::makeResponse(frame.id).encode();
+        answer.insert(answer.end(), response.begin(), response.end());
+    }
+    if (line(link).write(answer.data(), answer.size()) != answer.size()) {
+        throw std::runtime_error("a line has no room for the answer to the server");
     }
 }
 
-std::vector<pid_t> LoadedLinks::processes() const {
+std::vector<pid_t> LoadedServer::processes() const {
     return {bench_->server().pid()};
 }
 
@@ -274,7 +364,9 @@ LoadedRelays::LoadedRelays(std::size_t piece, bench::DeviceRoot& devices) : Load
         devices.makeQueue(queue);
         devices.makeQueue(feed);
         queues().emplace_back(devices.queuePath(queue));
-        queueParsers_.push_back(parserInto(onQueues()));
+        queueParsers_.emplace_back([this](bench::UnitFrame const& frame, auto const& /*bytes*/) {
+            addTo(onQueues(), frame);
+        });
         std::string const feedPath = devices.queuePath(feed).string();
         feeds_.emplace_back(::open(feedPath.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         if (!feeds_.back().valid()) {
@@ -292,25 +384,6 @@ LoadedRelays::LoadedRelays(std::size_t piece, bench::DeviceRoot& devices) : Load
             "OPEN:" + feedPath + ",rdonly!!OPEN:" + devices.queuePath(queue).string() + ",wronly"};
         relays_.push_back(std::make_unique<bench::ChildProcess>(socat, std::move(options)));
     }
-}
-
-void LoadedRelays::beginOutgoing(Clock::time_point start, double seconds) {
-    for (std::size_t i = links; i < sources().size(); ++i) {
-        sources()[i].begin(start, outgoingRate_ * NumberedFrame::lineBytes,
-                           static_cast<std::uint32_t>(outgoingRate_ * seconds));
-    }
-}
-
-bool LoadedRelays::outgoingIsSent() {
-    return true;  // when the sources are done
-}
-
-std::uint64_t LoadedRelays::outgoingFrames() const {
-    std::uint64_t sum = 0;
-    for (std::size_t i = links; i < sources().size(); ++i) {
-        sum += sources()[i].framesSent();
-    }
-    return sum;
 }
 
 void LoadedRelays::takeFromQueue(std::size_t index) {

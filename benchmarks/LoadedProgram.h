@@ -12,6 +12,7 @@
 #include "bench/Bench.h"
 #include "bench/ChildProcess.h"
 #include "bench/PseudoTerminal.h"
+#include "bench/UnitFrame.h"
 #include "bench/UnitParser.h"
 #include "benchmarks/FrameLedger.h"
 #include "benchmarks/PacedSource.h"
@@ -31,6 +32,9 @@ struct LoadResult {
 
     std::uint64_t lost() const { return towardsQueues - onQueues + towardsLines - onLines; }
     double share() const { return processorSeconds / seconds; }
+    double microsecondsPerFrame() const {
+        return 1e6 * processorSeconds / static_cast<double>(onQueues + onLines);
+    }
     void add(LoadResult const& other);
 };
 
@@ -51,6 +55,10 @@ public:
     /// passes is added to the result as well as the processor time, also that of the end.
     LoadResult run(double seconds);
 
+    /// What the feeds carry towards each line, from the next run on. A program that feeds itself
+    /// has none.
+    void setFeedRate(double framesPerSecond) { feedRate_ = framesPerSecond; }
+
     /// The longest time that the sender itself was late.
     PacedSource::Clock::duration longestDelay() const;
 
@@ -65,8 +73,22 @@ protected:
     virtual void takeFromQueue(std::size_t index) = 0;
     virtual std::vector<pid_t> processes() const = 0;
 
+    /// What a program sent on a line. The base knows the numbered frames, and takes all others for
+    /// damage.
+    virtual void takeFrame(unsigned link, bench::UnitFrame const& frame);
+
+    bench::PseudoTerminal& line(unsigned link) { return lines_.at(link - 1); }
     std::vector<PacedSource>& sources() { return sources_; }
     std::vector<PacedSource> const& sources() const { return sources_; }
+    /// The sources behind the first three feed the program: they begin to, and so many frames they
+    /// have sent.
+    void beginFeeds(PacedSource::Clock::time_point start, double seconds);
+    std::uint64_t framesOfFeeds() const;
+    /// Takes the records that the queue was just read for.
+    void takeRecords(std::size_t index);
+    /// Makes our lines those of a bench, and its queues ours.
+    void connectLines(bench::Bench& bench) const;
+    void readQueues(bench::Bench& bench);
     std::vector<QueueReader>& queues() { return queues_; }
     FrameLedger& onQueues() { return onQueues_; }
 
@@ -83,6 +105,7 @@ private:
     std::vector<bench::UnitParser> lineParsers_;
     FrameLedger onQueues_;
     FrameLedger onLines_;
+    double feedRate_ = 0;  // frames a second and line
 };
 
 /// The real links.
@@ -98,12 +121,35 @@ private:
     void beginOutgoing(PacedSource::Clock::time_point start, double seconds) override;
     bool outgoingIsSent() override;
     std::uint64_t outgoingFrames() const override { return outgoing_; }
-    void takeFromQueue(std::size_t index) override;
+    void takeFromQueue(std::size_t index) override { takeRecords(index); }
     std::vector<pid_t> processes() const override;
 
     std::unique_ptr<bench::Bench> bench_;
     std::size_t runs_ = 0;
     std::uint64_t outgoing_ = 0;
+};
+
+/// The real server, whole. Its siblings feed it on their queue devices: records of the engine leave
+/// on link 1, those of the data transfer on link 2. Nothing feeds link 3 so fast. The lines hand
+/// whole frames over, between which there is room for the answers to the server's.
+class LoadedServer final : public LoadedProgram {
+public:
+    /// Raises std::runtime_error when the server does not come up.
+    LoadedServer();
+
+private:
+    void addFeed(std::uint16_t link, unsigned queue, std::int32_t device, std::uint16_t id);
+    void takeFrame(unsigned link, bench::UnitFrame const& frame) override;
+    void beginOutgoing(PacedSource::Clock::time_point start, double seconds) override {
+        beginFeeds(start, seconds);
+    }
+    bool outgoingIsSent() override { return true; }  // when the sources are done
+    std::uint64_t outgoingFrames() const override { return framesOfFeeds(); }
+    void takeFromQueue(std::size_t index) override { takeRecords(index); }
+    std::vector<pid_t> processes() const override;
+
+    std::unique_ptr<bench::Bench> bench_;
+    std::vector<bench::FileDescriptor> feeds_;
 };
 
 /// One `socat` for each line, which moves bytes between it and two pipes.
@@ -112,20 +158,18 @@ public:
     /// `devices` gives the pipes their place. Raises std::runtime_error when socat is not there.
     LoadedRelays(std::size_t piece, bench::DeviceRoot& devices);
 
-    /// What the pipes carry towards each line, from the next run on.
-    void setOutgoingRate(double framesPerSecond) { outgoingRate_ = framesPerSecond; }
-
 private:
-    void beginOutgoing(PacedSource::Clock::time_point start, double seconds) override;
-    bool outgoingIsSent() override;
-    std::uint64_t outgoingFrames() const override;
+    void beginOutgoing(PacedSource::Clock::time_point start, double seconds) override {
+        beginFeeds(start, seconds);
+    }
+    bool outgoingIsSent() override { return true; }  // when the sources are done
+    std::uint64_t outgoingFrames() const override { return framesOfFeeds(); }
     void takeFromQueue(std::size_t index) override;
     std::vector<pid_t> processes() const override;
 
     std::vector<bench::FileDescriptor> feeds_;
     std::vector<bench::UnitParser> queueParsers_;
     std::vector<std::unique_ptr<bench::ChildProcess>> relays_;
-    double outgoingRate_ = 0;  // frames a second and line
 };
 
 }  // namespace benchmarks

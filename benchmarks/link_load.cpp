@@ -1,5 +1,6 @@
 // Three links at the full rate of their lines, both ways: no frame may be lost, and the processor
-// time is told beside that of a plain relay of the same bytes, in alternating blocks of one run.
+// time is told beside that of a plain relay of the same bytes, in alternating blocks of one run. A
+// third block each time loads the whole server, as far as its siblings can.
 
 #include <algorithm>
 #include <chrono>
@@ -22,6 +23,11 @@ namespace {
 
 constexpr double blockSeconds = 5;
 constexpr double warmUpSeconds = 0.5;
+constexpr double startSeconds = 3;  // until the server has said what it says at its start
+
+// Its siblings leave the server's write queues some room: what finds 32 frames there is lost.
+constexpr double feedOfServer = 0.8;
+constexpr std::chrono::milliseconds burstOfServer{20};  // later than that, and a burst fills them
 
 struct Options {
     double seconds = 30;
@@ -35,8 +41,9 @@ double outgoingRate(LoadResult const& result, double seconds) {
 }
 
 void print(char const* name, LoadResult const& result) {
-    fmt::print("  {:<8}{:>12}{:>12}{:>8}{:>9}{:>14.2f}\n", name, result.onQueues, result.onLines,
-               result.lost(), result.defects, 100 * result.share());
+    fmt::print("  {:<8}{:>12}{:>12}{:>8}{:>9}{:>14.2f}{:>12.1f}\n", name, result.onQueues,
+               result.onLines, result.lost(), result.defects, 100 * result.share(),
+               result.microsecondsPerFrame());
 }
 
 nlohmann::json toJson(LoadResult const& result) {
@@ -47,7 +54,8 @@ nlohmann::json toJson(LoadResult const& result) {
             {"lost", result.lost()},
             {"defects", result.defects},
             {"seconds", result.seconds},
-            {"processor_share", result.share()}};
+            {"processor_share", result.share()},
+            {"processor_us_per_frame", result.microsecondsPerFrame()}};
 }
 
 /// True when every frame arrived, and no line was full when a byte was due.
@@ -60,18 +68,25 @@ bool run(Options const& options) {
     ::prctl(PR_SET_TIMERSLACK, 1UL);  // pieces leave at their time, not up to 50 us later
     LoadedLinks links(options.piece);
     LoadedRelays relays(options.piece, links.bench().devices());
-    relays.setOutgoingRate(outgoingRate(links.run(warmUpSeconds), warmUpSeconds));
+    LoadedServer server;
+    server.run(startSeconds);
+    double const rate = outgoingRate(links.run(warmUpSeconds), warmUpSeconds);
+    relays.setFeedRate(rate);
     relays.run(warmUpSeconds);
+    server.setFeedRate(feedOfServer * rate);
+    server.run(warmUpSeconds);
 
     int const blocks = std::max(1, static_cast<int>(std::lround(options.seconds / blockSeconds)));
     double const seconds = options.seconds / blocks;
     LoadResult linksResult;
     LoadResult relaysResult;
+    LoadResult serverResult;
     for (int block = 0; block < blocks; ++block) {
         LoadResult const result = links.run(seconds);
         linksResult.add(result);
-        relays.setOutgoingRate(outgoingRate(result, seconds));
+        relays.setFeedRate(outgoingRate(result, seconds));
         relaysResult.add(relays.run(seconds));
+        serverResult.add(server.run(seconds));
     }
     linksResult.defects += links.finish();
 
@@ -81,12 +96,18 @@ bool run(Options const& options) {
                          (relaysResult.processorSeconds / relaysResult.seconds);
     double const sent = outgoingRate(linksResult, options.seconds);
     double const sentShare = sent * NumberedFrame::lineBytes / LoadedProgram::lineBytesPerSecond;
-    bool const whole = isWhole(linksResult);
+    bool const serverCounts = server.longestDelay() < burstOfServer;
+    bool const whole = isWhole(linksResult) && (isWhole(serverResult) || !serverCounts);
     bool const comparable = isWhole(relaysResult);
+    double const serverRatio =
+        serverResult.microsecondsPerFrame() / relaysResult.microsecondsPerFrame();
     if (options.json) {
         fmt::print("{}\n", nlohmann::json{{"links", toJson(linksResult)},
                                           {"socat", toJson(relaysResult)},
+                                          {"server", toJson(serverResult)},
                                           {"processor_ratio", ratio},
+                                          {"server_ratio_per_frame", serverRatio},
+                                          {"server_counts", serverCounts},
                                           {"relays_kept_up", comparable},
                                           {"load_late_ms", delay.count()},
                                           {"outgoing_frames_per_second", sent},
@@ -95,12 +116,15 @@ bool run(Options const& options) {
     } else {
         fmt::print("{} links, {} s each, {} bytes at a time\n", LoadedProgram::links,
                    options.seconds, options.piece);
-        fmt::print("  {:<8}{:>12}{:>12}{:>8}{:>9}{:>14}\n", "", "on queues", "on lines", "lost",
-                   "defects", "% of one core");
+        fmt::print("  {:<8}{:>12}{:>12}{:>8}{:>9}{:>14}{:>12}\n", "", "on queues", "on lines",
+                   "lost", "defects", "% of one core", "us a frame");
         print("links", linksResult);
         print("socat", relaysResult);
+        print("server", serverResult);
         fmt::print("  processor time, ratio: {:.2f}{}\n", ratio,
                    comparable ? "" : " (counts for nothing: the relays fell behind)");
+        fmt::print("  the whole server, processor time of a frame, ratio: {:.2f}{}\n", serverRatio,
+                   serverCounts ? "" : " (its losses count for nothing: the load came in bursts)");
         fmt::print("  towards the unit: {:.0f} frames a second and line, {:.0f} % of the line\n",
                    sent, 100 * sentShare);
         fmt::print("  the load itself was late by at most {} ms\n", delay.count());
