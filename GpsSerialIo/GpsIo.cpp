@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cassert>
 #include <exception>
 #include <iomanip>
 #include <iostream>
 #include <pthread.h>
 #include <sstream>
+#include <stdexcept>
 
 #include "ASPN/HealthReporter.h"
 #include "ASPN/TimeTags.h"
@@ -220,7 +220,9 @@ void GpsIo::reportException(char const* function, char const* what) const noexce
 }
 
 void GpsIo::start() {
-    assert(protocol_ != nullptr);  // configured before it is started
+    if (protocol_ == nullptr) {
+        throw std::logic_error(name_ + ": a link is started before it is configured");
+    }
     stop();
     flush();
     protocol_->allowWaits();
@@ -434,7 +436,10 @@ void GpsIo::protocolPass() {
         return;
     }
     if (item.message == nullptr || item.message->header == nullptr) {
-        return;  // nothing that could go out
+        if (item.callback) {
+            item.callback(item.response, false);  // there is nothing that could go out
+        }
+        return;
     }
     if (debug_ && level == 0) {
         std::ostringstream line;

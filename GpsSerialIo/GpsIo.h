@@ -85,7 +85,8 @@ public:
     /// "Unable to configure I/O parameters for baud rate and parity".
     void configure(int baud, unsigned short parity);
 
-    /// Stops the link, drops what the port still holds, and starts the three threads.
+    /// Stops the link, drops what the port still holds, and starts the three threads. Raises
+    /// std::logic_error before the first `configure`.
     void start();
     /// Ends the three threads and empties their queues. What was queued while no thread ran
     /// stays queued. Takes no longer than the threads' polls of 200 ms, whatever is in flight.

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <future>
 #include <pthread.h>
+#include <stdexcept>
 #include <termios.h>
 
 #include "bench/FileDescriptor.h"
@@ -111,6 +112,13 @@ TEST_F(GpsIoConfigure, RaisesWhenTheDeviceDoesNotOpenAndSucceedsOnceItDoes) {
     configureLink();
     link->start();
     EXPECT_TRUE(exchange());
+}
+
+TEST_F(GpsIoConfigure, MustComeBeforeTheStart) {
+    construct({});
+    EXPECT_THROW(link->start(), std::logic_error);
+    link->configure();
+    EXPECT_NO_THROW(link->start());
 }
 
 TEST_F(GpsIoConfigure, EndsTheThreadsOfARunningLink) {

@@ -269,6 +269,18 @@ TEST_F(GpsIoHandshake, TimesOutWhenTheAnswersArriveDamaged) {
     EXPECT_EQ(link->counters().rxCount, 0U);
 }
 
+TEST_F(GpsIoHandshake, TellsWhoQueuedNothingThatItFailed) {
+    run({});
+    ASSERT_TRUE(queue(nullptr, "nothing"));
+    ASSERT_TRUE(outcomes.waitFor(1));
+    EXPECT_TRUE(exchange());
+    auto const heard = outcomes.all();
+    ASSERT_EQ(heard.size(), 2U);
+    EXPECT_EQ(heard[0].text, "nothing");
+    EXPECT_FALSE(heard[0].success);
+    EXPECT_EQ(output.count("GSSIP"), 0U) << output.text();
+}
+
 TEST_F(GpsIoHandshake, DoesNotOutrunTheLine) {
     run({9600});
     auto const begin = std::chrono::steady_clock::now();
