@@ -16,9 +16,15 @@
 #include <memory>
 #include <vector>
 
+#include "ASPN/FaultHysteresis.h"
+#include "ASPN/HealthReporter.h"
+#include "ASPN/TimeTags.h"
+#include "PCSMaintReporter/PCSMaintReporter.h"
 #include "bench/ExampleConfiguration.h"
 #include "bench/TemporaryFolder.h"
+#include "platform/FpgaFace.h"
 #include "zephon/GssipRoutes.h"
+#include "zephon/VersionStatus.h"
 #include "zephon/ZephonServer.h"
 
 namespace {
@@ -42,6 +48,14 @@ constexpr std::array<std::uint16_t, 32> ids{5001,  5044,  27532, 27533, 27534, 2
 
 /// A server that runs with debug texts on, though nobody reads them.
 std::unique_ptr<ZephonServer> makeServer() {
+    // Made first, so that they outlive the server, whose threads use them to the end: one of them
+    // wakes up about when the run is over.
+    ASPN2::TimeCodeHelper::Instance();
+    FaultHysteresis::Instance();
+    FpgaFace::fpga_get_SystemCount();
+    HealthReporter::Instance();
+    PCSMaintReporter::Instance();
+    VersionStatus::Instance();
     bench::TemporaryFolder const folder;
     bench::ExampleConfiguration::Settings settings;
     settings.debug = true;
@@ -131,8 +145,7 @@ void checkCopy(GSSIP const& record) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* input, std::size_t size) {
-    // Not destroyed: what it first uses on its way, the singletons, would be gone before it.
-    static ZephonServer* const server = makeServer().release();
+    static std::unique_ptr<ZephonServer> const server = makeServer();
     static GSSIP const timeMark = makeEngineRecord(8504, 200, 48, 0x0001);
     static GSSIP const before = makeEngineRecord(5040, 88);
     static GSSIP const after = makeEngineRecord(9391, 84);
