@@ -2,7 +2,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -14,13 +13,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "bench/DeviceRoot.h"
-#include "bench/FileDescriptor.h"
 #include "face/MX_Config.h"
 #include "face/MX_Devmem.h"
 #include "face/MemoryMap.h"
 #include "tests/face/EveryIoOperation.h"
-#include "tests/face/TestFolder.h"
+#include "tests/face/MemoryDevice.h"
 
 using Code = FACE::RETURN_CODE_TYPE;
 using State = FACE::IOSS::CONNECTION_STATE_TYPE;
@@ -33,63 +30,6 @@ using Kind = FACE::IOSS::Devmem::IO_PARAMETER_KIND;
 using testing::ElementsAre;
 
 namespace {
-
-constexpr long fileSize = 0x1'0000'0000 + 0x10000;  // every address that 32 bits tell; sparse
-
-/// A file as the memory device. Each test has a process of its own, and so a descriptor.
-class MemoryDevice : public testing::Test {
-protected:
-    MemoryDevice() : root(std::filesystem::path(folder / "dev")) {
-        ::setenv(bench::DeviceRoot::environmentVariable, root.path().c_str(), 1);
-        makeDevice();
-    }
-
-    void makeDevice() {
-        memory = bench::FileDescriptor(
-            ::open(root.memoryPath().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-        ASSERT_EQ(::ftruncate(memory.get(), fileSize), 0);
-    }
-
-    /// The bytes at a physical address.
-    std::vector<unsigned> bytes(std::uint64_t address, std::size_t count) const {
-        std::vector<std::uint8_t> data(count);
-        EXPECT_EQ(::pread(memory.get(), data.data(), count, static_cast<off_t>(address)),
-                  static_cast<ssize_t>(count));
-        return {data.begin(), data.end()};
-    }
-
-    void setBytes(std::uint64_t address, std::vector<std::uint8_t> const& data) {
-        EXPECT_EQ(::pwrite(memory.get(), data.data(), data.size(), static_cast<off_t>(address)),
-                  static_cast<ssize_t>(data.size()));
-    }
-
-    /// The descriptors of this process on the device, without the test's own.
-    std::vector<int> descriptors() const {
-        std::vector<int> found;
-        for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-            std::error_code gone;  // the folder's own descriptor is in the list
-            int const number = std::stoi(entry.path().filename());
-            if (std::filesystem::read_symlink(entry, gone) == root.memoryPath() &&
-                number != memory.get()) {
-                found.push_back(number);
-            }
-        }
-        return found;
-    }
-
-    TestFolder folder;
-    bench::DeviceRoot root;
-    bench::FileDescriptor memory;
-};
-
-std::string raisedByMap(unsigned base, unsigned size) {
-    try {
-        MemoryMap const map(base, size);
-    } catch (std::runtime_error const& error) {
-        return error.what();
-    }
-    return "nothing";
-}
 
 /// The service with regions that a test changes before it calls start().
 class MX_DevmemTest : public MemoryDevice {
@@ -218,76 +158,6 @@ protected:
 };
 
 }  // namespace
-
-// ---- the memory device
-
-using MemoryMapTest = MemoryDevice;
-
-TEST_F(MemoryMapTest, ShowsTheRegionThroughItsFirstByte) {
-    setBytes(0x3004, {1, 2, 3});
-    MemoryMap const map(0x3004, 8);
-    EXPECT_EQ(map.getPointerToBase()[2], 3);
-    map.getPointerToBase()[0] = 9;
-    EXPECT_THAT(bytes(0x3003, 3), ElementsAre(0, 9, 2));
-}
-
-TEST_F(MemoryMapTest, ReachesTheLastOfThe32BitAddresses) {
-    setBytes(0xFFFFFFF0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
-    MemoryMap const map(0xFFFFFFF0, 16);
-    EXPECT_EQ(map.getPointerToBase()[15], 16);
-}
-
-TEST_F(MemoryMapTest, ASecondMapReusesTheDescriptor) {
-    MemoryMap const first(0x1000, 8);
-    ASSERT_EQ(descriptors().size(), 1U);
-    MemoryMap const second(0x2000, 8);
-    EXPECT_THAT(descriptors(), ElementsAre(MemoryDeviceFileDescriptor::Instance().descriptor()));
-}
-
-TEST_F(MemoryMapTest, TheDescriptorOutlivesTheMaps) {
-    { MemoryMap const map(0x1000, 8); }
-    EXPECT_THAT(descriptors(), ElementsAre(MemoryDeviceFileDescriptor::Instance().descriptor()));
-}
-
-TEST_F(MemoryMapTest, ReleasesItsMappingAtItsEnd) {
-    auto const mappings = [this] {
-        std::ifstream maps("/proc/self/maps");
-        std::size_t count = 0;
-        for (std::string line; std::getline(maps, line);) {
-            count += line.find(root.memoryPath().string()) == std::string::npos ? 0 : 1;
-        }
-        return count;
-    };
-    {
-        MemoryMap const first(0x1000, 8);
-        MemoryMap const second(0x4000, 0x3000);
-        EXPECT_EQ(mappings(), 2U);
-    }
-    EXPECT_EQ(mappings(), 0U);
-}
-
-TEST_F(MemoryMapTest, OpensTheDeviceForBothDirectionsAndSynchronously) {
-    MemoryDeviceFileDescriptor const& device = MemoryDeviceFileDescriptor::Instance();
-    int const flags = ::fcntl(device.descriptor(), F_GETFL);
-    EXPECT_EQ(flags & O_ACCMODE, O_RDWR);
-    EXPECT_EQ(flags & O_SYNC, O_SYNC);
-    EXPECT_EQ(::fcntl(device.descriptor(), F_GETFD), FD_CLOEXEC);
-    EXPECT_EQ(device.pageSize(), static_cast<std::size_t>(::sysconf(_SC_PAGESIZE)));
-}
-
-TEST_F(MemoryMapTest, RaisesWithoutTheDeviceAndTriesAgainLater) {
-    std::filesystem::remove(root.memoryPath());
-    EXPECT_EQ(raisedByMap(0x1000, 8), "Unable to open /dev/mem file descriptor.");
-    EXPECT_EQ(raisedByMap(0x1000, 8), "Unable to open /dev/mem file descriptor.");
-    makeDevice();
-    EXPECT_EQ(raisedByMap(0x1000, 8), "nothing");
-}
-
-TEST_F(MemoryMapTest, RaisesWhenTheDeviceCannotBeMapped) {
-    std::filesystem::remove(root.memoryPath());
-    std::filesystem::create_symlink("/dev/null", root.memoryPath());
-    EXPECT_EQ(raisedByMap(0x1000, 8), "Unable to map memory space.");
-}
 
 // ---- configuration and opening
 
