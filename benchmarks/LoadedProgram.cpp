@@ -29,8 +29,7 @@ constexpr auto arrivalTimeout = 3s;  // for what is under way when the sending e
 constexpr auto endCheckPeriod = 5ms;
 constexpr std::chrono::milliseconds programTimeout = 20s;
 
-// The siblings that feed the server, by their device ids, and what
-// the server copies of theirs.
+// The siblings that feed the server, by their device ids, and what the server copies of theirs.
 constexpr unsigned trevoQueue = 0;
 constexpr std::int32_t trevoDevice = 0x03000000 | 39 << 16;
 constexpr std::uint16_t engineId = 8080;
